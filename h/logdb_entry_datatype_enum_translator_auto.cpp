@@ -1,0 +1,82 @@
+// Written by scripts/generate_translators.py from scripts/translators.json: do not edit.
+
+#include "logdb_entry_datatype_enum_translator_auto.h"
+
+#include "msg.h"
+
+namespace {
+
+constexpr unsigned int last_value = 1;
+
+const char* table_text(const char* const* table, LOGDB_ENTRY_DATATYPE_ENUM value) {
+   // Negative values are too large as well.
+   if (static_cast<unsigned int>(value) > last_value) {
+      MSG_INTERNAL_ERROR::report("The calling function has passed an illegal LOGDB_ENTRY_DATATYPE_ENUM.", "LOGDB",
+                                 "h/logdb_entry_datatype_enum_translator_auto", __LINE__);
+      return "";
+   }
+   return table[value];
+}
+
+} // namespace
+
+static_assert(GENERIC_STRING == 0);
+static_assert(NODE_NAME == 1);
+
+const char* const LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR::m_debug_string_table[2] = {
+    "GENERIC_STRING",
+    "NODE_NAME",
+};
+
+const char* const LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR::m_user_string_table[2] = {
+    "GENERIC_STRING",
+    "NODE_NAME",
+};
+
+LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR::LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR() {
+   for (int value = 0; value <= static_cast<int>(last_value); ++value) {
+      m_string_to_enum[m_debug_string_table[value]] = value;
+      m_string_to_enum[m_user_string_table[value]] = value;
+   }
+}
+
+const char* LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR::get_debug_string(LOGDB_ENTRY_DATATYPE_ENUM value) const {
+   return table_text(m_debug_string_table, value);
+}
+
+const char* LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR::get_user_string(LOGDB_ENTRY_DATATYPE_ENUM value) const {
+   return table_text(m_user_string_table, value);
+}
+
+LOGDB_ENTRY_DATATYPE_ENUM LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR::get_enum_by_string(const char* text) const {
+   if (text == nullptr) {
+      return static_cast<LOGDB_ENTRY_DATATYPE_ENUM>(-1);
+   }
+   const auto found = m_string_to_enum.find(text);
+   return static_cast<LOGDB_ENTRY_DATATYPE_ENUM>(found != m_string_to_enum.end() ? found->m_data : -1);
+}
+
+bool LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR::exists_enum_by_string(const char* text) const {
+   return text != nullptr && m_string_to_enum.exists(text);
+}
+
+LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR* logdb_get_logdb_entry_datatype_enum_translator_instance() {
+   static LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR translator;
+   return &translator;
+}
+
+const char* logdb_get_debug_string(LOGDB_ENTRY_DATATYPE_ENUM value) {
+   return logdb_get_logdb_entry_datatype_enum_translator_instance()->get_debug_string(value);
+}
+
+const char* logdb_get_user_string(LOGDB_ENTRY_DATATYPE_ENUM value) {
+   return logdb_get_logdb_entry_datatype_enum_translator_instance()->get_user_string(value);
+}
+
+LOGDB_ENTRY_DATATYPE_ENUM logdb_get_logdb_entry_datatype_enum_by_string(const char* text) {
+   return logdb_get_logdb_entry_datatype_enum_translator_instance()->get_enum_by_string(text);
+}
+
+bool logdb_exists_logdb_entry_datatype_enum_by_string(const char* text) {
+   return logdb_get_logdb_entry_datatype_enum_translator_instance()->exists_enum_by_string(text);
+}

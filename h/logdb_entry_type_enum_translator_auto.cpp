@@ -1,0 +1,100 @@
+// Written by scripts/generate_translators.py from scripts/translators.json: do not edit.
+
+#include "logdb_entry_type_enum_translator_auto.h"
+
+#include "msg.h"
+
+namespace {
+
+constexpr unsigned int last_value = 7;
+
+const char* table_text(const char* const* table, LOGDB_ENTRY_TYPE_ENUM value) {
+   // Negative values are too large as well.
+   if (static_cast<unsigned int>(value) > last_value) {
+      MSG_INTERNAL_ERROR::report("The calling function has passed an illegal LOGDB_ENTRY_TYPE_ENUM.", "LOGDB",
+                                 "h/logdb_entry_type_enum_translator_auto", __LINE__);
+      return "";
+   }
+   return table[value];
+}
+
+} // namespace
+
+static_assert(DSP_BALANCING_IMPLEMENTATION == 0);
+static_assert(REGISTER_PACKING == 1);
+static_assert(RAM_PACKING == 2);
+static_assert(FIT_COMPUTED_DQSBUSMUX_COUNTS == 3);
+static_assert(FSYN_LOG_FILE == 4);
+static_assert(IO_RULES_SUMMARY == 5);
+static_assert(IO_RULES == 6);
+static_assert(IO_RULES_MATRIX == 7);
+
+const char* const LOGDB_ENTRY_TYPE_ENUM_TRANSLATOR::m_debug_string_table[8] = {
+    "DSP_BALANCING_IMPLEMENTATION",
+    "REGISTER_PACKING",
+    "RAM_PACKING",
+    "FIT_COMPUTED_DQSBUSMUX_COUNTS",
+    "FSYN_LOG_FILE",
+    "IO_RULES_SUMMARY",
+    "IO_RULES",
+    "IO_RULES_MATRIX",
+};
+
+const char* const LOGDB_ENTRY_TYPE_ENUM_TRANSLATOR::m_user_string_table[8] = {
+    "DSP Block Balancing Implementation",
+    "Register Packing log",
+    "RAM Packing log",
+    "DQS bux muxes count log.",
+    "Physical Synthesis Log",
+    "I/O Rules Summary",
+    "I/O Rules Log",
+    "I/O Rules Matrix",
+};
+
+LOGDB_ENTRY_TYPE_ENUM_TRANSLATOR::LOGDB_ENTRY_TYPE_ENUM_TRANSLATOR() {
+   for (int value = 0; value <= static_cast<int>(last_value); ++value) {
+      m_string_to_enum[m_debug_string_table[value]] = value;
+      m_string_to_enum[m_user_string_table[value]] = value;
+   }
+}
+
+const char* LOGDB_ENTRY_TYPE_ENUM_TRANSLATOR::get_debug_string(LOGDB_ENTRY_TYPE_ENUM value) const {
+   return table_text(m_debug_string_table, value);
+}
+
+const char* LOGDB_ENTRY_TYPE_ENUM_TRANSLATOR::get_user_string(LOGDB_ENTRY_TYPE_ENUM value) const {
+   return table_text(m_user_string_table, value);
+}
+
+LOGDB_ENTRY_TYPE_ENUM LOGDB_ENTRY_TYPE_ENUM_TRANSLATOR::get_enum_by_string(const char* text) const {
+   if (text == nullptr) {
+      return static_cast<LOGDB_ENTRY_TYPE_ENUM>(-1);
+   }
+   const auto found = m_string_to_enum.find(text);
+   return static_cast<LOGDB_ENTRY_TYPE_ENUM>(found != m_string_to_enum.end() ? found->m_data : -1);
+}
+
+bool LOGDB_ENTRY_TYPE_ENUM_TRANSLATOR::exists_enum_by_string(const char* text) const {
+   return text != nullptr && m_string_to_enum.exists(text);
+}
+
+LOGDB_ENTRY_TYPE_ENUM_TRANSLATOR* logdb_get_logdb_entry_type_enum_translator_instance() {
+   static LOGDB_ENTRY_TYPE_ENUM_TRANSLATOR translator;
+   return &translator;
+}
+
+const char* logdb_get_debug_string(LOGDB_ENTRY_TYPE_ENUM value) {
+   return logdb_get_logdb_entry_type_enum_translator_instance()->get_debug_string(value);
+}
+
+const char* logdb_get_user_string(LOGDB_ENTRY_TYPE_ENUM value) {
+   return logdb_get_logdb_entry_type_enum_translator_instance()->get_user_string(value);
+}
+
+LOGDB_ENTRY_TYPE_ENUM logdb_get_logdb_entry_type_enum_by_string(const char* text) {
+   return logdb_get_logdb_entry_type_enum_translator_instance()->get_enum_by_string(text);
+}
+
+bool logdb_exists_logdb_entry_type_enum_by_string(const char* text) {
+   return logdb_get_logdb_entry_type_enum_translator_instance()->exists_enum_by_string(text);
+}
