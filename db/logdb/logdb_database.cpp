@@ -1,0 +1,770 @@
+#include "logdb_database.h"
+
+#include <emmintrin.h>
+
+#include <algorithm>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <new>
+#include <string_view>
+
+#include "cfg.h"
+#include "dbm.h"
+#include "fio.h"
+#include "gen.h"
+#include "logdb_report.h"
+
+#define LOGDB_SOURCE_FILE "logdb_database"
+
+// The domain is registered first and unregistered last, around everything that uses memory.
+static const MEM_INITIALIZER logdb_memory_initializer("LOGDB");
+
+MEM_STRING logdb_revision_name;
+LOGDB_DB_TYPE logdb_db_type = LOGDB_DB_TYPE_NONE;
+char logdb_filename_singleton[1024];
+static LOGDB_DATABASE* logdb_database_singleton = nullptr;
+
+const char LOGDB_DATABASE_FIELD_SEPARATOR[2] = ",";
+
+const LOGDB_ENTRY_DATATYPE_ENUM LOGDB_DSP_BALANCING_IMPLEMENTATION_DATA_FORMAT[2] = {GENERIC_STRING, NODE_NAME};
+const LOGDB_ENTRY_DATATYPE_ENUM LOGDB_REGISTER_PACKING_DATA_FORMAT[5] = {GENERIC_STRING, GENERIC_STRING,
+                                                                         GENERIC_STRING, NODE_NAME, NODE_NAME};
+const LOGDB_ENTRY_DATATYPE_ENUM LOGDB_RAM_PACKING_DATA_FORMAT[9] = {GENERIC_STRING, GENERIC_STRING, GENERIC_STRING,
+                                                                    GENERIC_STRING, GENERIC_STRING, GENERIC_STRING,
+                                                                    GENERIC_STRING, GENERIC_STRING, NODE_NAME};
+const LOGDB_ENTRY_DATATYPE_ENUM LOGDB_FIT_COMPUTED_DQSBUSMUX_COUNTS_FORMAT[2] = {GENERIC_STRING, GENERIC_STRING};
+// Programs link to this name as it is: without the DB of its siblings.
+const LOGDB_ENTRY_DATATYPE_ENUM LOG_FSYN_LOG_FILE_FORMAT[1] = {GENERIC_STRING};
+const LOGDB_ENTRY_DATATYPE_ENUM LOGDB_IO_RULES_SUMMARY_FORMAT[2] = {GENERIC_STRING, GENERIC_STRING};
+const LOGDB_ENTRY_DATATYPE_ENUM LOGDB_IO_RULES_FORMAT[6] = {GENERIC_STRING, GENERIC_STRING, GENERIC_STRING,
+                                                            GENERIC_STRING, GENERIC_STRING, GENERIC_STRING};
+const LOGDB_ENTRY_DATATYPE_ENUM LOGDB_IO_RULES_MATRIX_FORMAT[2] = {GENERIC_STRING, GENERIC_STRING};
+
+const LOGDB_DATA_FORMAT_INFO LOGDB_DATA_FORMAT[8] = {
+    {2, LOGDB_DSP_BALANCING_IMPLEMENTATION_DATA_FORMAT},
+    {5, LOGDB_REGISTER_PACKING_DATA_FORMAT},
+    {9, LOGDB_RAM_PACKING_DATA_FORMAT},
+    {2, LOGDB_FIT_COMPUTED_DQSBUSMUX_COUNTS_FORMAT},
+    {1, LOG_FSYN_LOG_FILE_FORMAT},
+    {2, LOGDB_IO_RULES_SUMMARY_FORMAT},
+    {6, LOGDB_IO_RULES_FORMAT},
+    {2, LOGDB_IO_RULES_MATRIX_FORMAT},
+};
+
+namespace {
+
+constexpr LOGDB_ENTRY_TYPE_ENUM unknown_kind = static_cast<LOGDB_ENTRY_TYPE_ENUM>(-1);
+constexpr LOGDB_ENTRY_DATATYPE_ENUM no_datatype = static_cast<LOGDB_ENTRY_DATATYPE_ENUM>(-1);
+
+constexpr char field_separator = ',';
+constexpr char hierarchy_separator = '|';
+
+// Room for a line and the zero byte that ends it: the longest line that reads back has 32767 bytes.
+constexpr std::size_t line_buffer_size = 32768;
+
+// Files move in pieces of this many bytes.
+constexpr std::size_t block_size = std::size_t{256} * 1024;
+
+bool is_known_kind(LOGDB_ENTRY_TYPE_ENUM type) {
+   return static_cast<unsigned int>(type) < std::size(LOGDB_DATA_FORMAT);
+}
+
+const char* text_or_empty(const char* text) {
+   return text != nullptr ? text : "";
+}
+
+// The name of the loaded file. A long one fills the array to its end, without a zero byte.
+MEM_STRING loaded_file_name() {
+   return {logdb_filename_singleton, strnlen(logdb_filename_singleton, sizeof logdb_filename_singleton)};
+}
+
+bool is_loaded_file_name(const char* file_name) {
+   return std::strncmp(logdb_filename_singleton, file_name, sizeof logdb_filename_singleton) == 0;
+}
+
+void set_loaded_file_name(const char* file_name) {
+   const std::size_t length = strnlen(file_name, sizeof logdb_filename_singleton);
+   std::memset(logdb_filename_singleton, 0, sizeof logdb_filename_singleton);
+   std::memcpy(logdb_filename_singleton, file_name, length);
+}
+
+int seconds_since(std::time_t start) {
+   return static_cast<int>(std::time(nullptr) - start);
+}
+
+// Both checks of a commit. The second says "bee" where a load says "been": people search for it so.
+void check_initialized_for_commit() {
+   if (logdb_database_singleton == nullptr) {
+      LOGDB_REPORT("Commiting logdb database when database is not loaded");
+   }
+   if (logdb_db_type == LOGDB_DB_TYPE_NONE) {
+      LOGDB_REPORT("LOGDB has not bee initialized with the revision name and db_type.");
+   }
+}
+
+void check_initialized_for_load() {
+   if (logdb_db_type == LOGDB_DB_TYPE_NONE) {
+      LOGDB_REPORT("LOGDB has not been initialized with the revision name and db_type.");
+   }
+}
+
+bool read_file(const char* file_name, LOGDB_DATABASE_IMPL& database) {
+   // Without memory for the block the file is read in the small pieces of the stream's own.
+   const std::unique_ptr<char[]> block(new (std::nothrow) char[block_size]);
+   std::ifstream file;
+   if (block != nullptr) {
+      file.rdbuf()->pubsetbuf(block.get(), block_size);
+   }
+   file.open(file_name);
+   const bool ok = database.read_database(&file);
+   if (!ok) {
+      LOGDB_REPORT("Failed reading log-db file");
+   }
+   return ok;
+}
+
+// What a stream has read ahead. These members are the buffer's own business, but a line that is there whole can
+// be taken out of it in one piece, which is most of the speed of loading.
+class GET_AREA : private std::streambuf {
+public:
+   static const char* begin(const std::streambuf& buffer) { return (buffer.*&GET_AREA::gptr)(); }
+   static const char* end(const std::streambuf& buffer) { return (buffer.*&GET_AREA::egptr)(); }
+   static void skip(std::streambuf& buffer, std::size_t bytes) {
+      (buffer.*&GET_AREA::gbump)(static_cast<int>(bytes));
+   }
+};
+
+// Whether reading would change nothing about the stream but its position: a stream that is not good, or that is
+// tied to another, goes the ordinary way.
+bool can_read_ahead(const std::istream& in) {
+   return in.good() && in.tie() == nullptr && in.rdbuf() != nullptr;
+}
+
+bool has_next_byte(std::istream& in) {
+   if (can_read_ahead(in) && GET_AREA::begin(*in.rdbuf()) < GET_AREA::end(*in.rdbuf())) {
+      return true;
+   }
+   return in.peek() != std::istream::traits_type::eof();
+}
+
+// Takes a line out of what the stream has read ahead, if it is there whole and not too long.
+bool take_line(std::istream& in, MEM_STRING& line) {
+   if (!can_read_ahead(in)) {
+      return false;
+   }
+   const char* begin = GET_AREA::begin(*in.rdbuf());
+   const auto available = static_cast<std::size_t>(GET_AREA::end(*in.rdbuf()) - begin);
+   if (available == 0) {
+      return false;
+   }
+   const void* end = std::memchr(begin, in.widen('\n'), std::min(available, line_buffer_size));
+   if (end == nullptr) {
+      return false;
+   }
+   const auto length = static_cast<std::size_t>(static_cast<const char*>(end) - begin);
+   line.assign(begin, strnlen(begin, length));
+   GET_AREA::skip(*in.rdbuf(), length + 1);
+   return true;
+}
+
+// A copy that the database owns; null, and reported, when there is no memory for it.
+std::unique_ptr<LOGDB_DATABASE_ENTRY> copy_entry(const LOGDB_DATABASE_ENTRY& entry) {
+   std::unique_ptr<LOGDB_DATABASE_ENTRY> new_entry(new (0) LOGDB_DATABASE_ENTRY(entry));
+   LOGDB_HOLDS(new_entry != 0);
+   return new_entry;
+}
+
+bool is_detail_debug_on() {
+   static const bool on = cfg_is_on("log_db_detail_debug_info", false);
+   return on;
+}
+
+void debug_entry(const LOGDB_DATABASE_ENTRY& entry) {
+   MEM_STRING text;
+   gen_sprintf(&text, "  Read DB Entry: TYPE=%s: ", logdb_get_debug_string(entry.m_entry_type));
+   for (const MEM_STRING& field : entry.m_data_vector) {
+      text.append(field).append(", ");
+   }
+   logdb_msg_debug("%s", text.c_str());
+}
+
+// Reads entries one after the other, keeping what the next one can use again: the storage of the line and of
+// its pieces, and the kind that a name stood for.
+class ENTRY_READER {
+public:
+   explicit ENTRY_READER(LOGDB_DATABASE_IMPL& database) : m_database(database) {}
+
+   bool read_entry(std::istream* in, LOGDB_DATABASE_ENTRY* entry) {
+      if (!m_database.read_line(in, &m_line)) {
+         logdb_msg_debug("Failed reading log db entry line");
+         entry->m_entry_type = unknown_kind;
+         entry->m_data_vector.clear();
+         return false;
+      }
+      m_database.m_tokenizer.tokenize(m_line, m_tokens);
+      if (m_tokens.empty()) {
+         entry->m_data_vector.clear();
+      } else {
+         entry->m_entry_type = kind(m_tokens.front());
+         entry->m_data_vector.assign(std::move_iterator(m_tokens.begin() + 1), std::move_iterator(m_tokens.end()));
+      }
+      if (is_detail_debug_on()) {
+         debug_entry(*entry);
+      }
+      return true;
+   }
+
+private:
+   // Most entries are of the kind of the one before.
+   LOGDB_ENTRY_TYPE_ENUM kind(const MEM_STRING& name) {
+      if (m_kind_name.empty() || name != m_kind_name) {
+         m_kind = logdb_get_logdb_entry_type_enum_by_string(name.c_str());
+         m_kind_name = name;
+      }
+      return m_kind;
+   }
+
+   LOGDB_DATABASE_IMPL& m_database;
+   MEM_STRING m_line;
+   MEM_VECTOR<MEM_STRING> m_tokens;
+   MEM_STRING m_kind_name;
+   LOGDB_ENTRY_TYPE_ENUM m_kind = unknown_kind;
+};
+
+std::size_t count_separators(const char* begin, const char* end) {
+   const __m128i separators = _mm_set1_epi8(field_separator);
+   std::size_t count = 0;
+   while (end - begin >= 16) {
+      // One counter a byte, added up before it can overflow.
+      const char* const part_end = begin + std::min<std::ptrdiff_t>((end - begin) / 16, 255) * 16;
+      __m128i counters = _mm_setzero_si128();
+      for (; begin != part_end; begin += 16) {
+         const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(begin));
+         counters = _mm_sub_epi8(counters, _mm_cmpeq_epi8(bytes, separators));
+      }
+      const __m128i sums = _mm_sad_epu8(counters, _mm_setzero_si128());
+      count += static_cast<std::size_t>(_mm_cvtsi128_si64(sums) + _mm_extract_epi16(sums, 4));
+   }
+   return count + static_cast<std::size_t>(std::count(begin, end, field_separator));
+}
+
+// Gathers lines in a block, and hands the stream whole blocks. A line with anything to report is not taken: the
+// caller flushes and writes it field by field, so that a report comes when everything before it is in the
+// stream.
+class LINE_GATHERER {
+public:
+   explicit LINE_GATHERER(std::ostream* out) : m_out(out), m_block(new (std::nothrow) char[block_size]) {}
+   LINE_GATHERER(const LINE_GATHERER&) = delete;
+   LINE_GATHERER& operator=(const LINE_GATHERER&) = delete;
+
+   void flush() {
+      if (m_used != 0) {
+         m_out->write(m_block.get(), static_cast<std::streamsize>(m_used));
+         m_used = 0;
+      }
+   }
+
+   // Adds a line.
+   //
+   // \param field_text  gives the text of the field at a position; its data is null when there is none, and the
+   //                    line is then not taken
+   template <class FIELD_TEXT> bool add(const LOGDB_DATABASE_ENTRY& entry, const FIELD_TEXT& field_text) {
+      if (m_block == nullptr || !is_known_kind(entry.m_entry_type)) {
+         return false;
+      }
+      const std::string_view kind = logdb_get_debug_string(entry.m_entry_type);
+      const std::size_t size = line_size(kind, entry);
+      if (size > block_size) {
+         return false;
+      }
+      if (size > block_size - m_used) {
+         flush();
+      }
+      char* const begin = m_block.get() + m_used;
+      char* end = append_field(begin, kind);
+      unsigned int position = 0;
+      for (const MEM_STRING& field : entry.m_data_vector) {
+         const std::string_view text = field_text(field, position++);
+         if (text.data() == nullptr) {
+            return false;
+         }
+         end = append_field(end, text);
+      }
+      if (count_separators(begin, end) != entry.m_data_vector.size() + 1) {
+         return false;
+      }
+      *end++ = '\n';
+      m_used = static_cast<std::size_t>(end - m_block.get());
+      return true;
+   }
+
+private:
+   // The most bytes that the line can have.
+   static std::size_t line_size(std::string_view kind, const LOGDB_DATABASE_ENTRY& entry) {
+      std::size_t size = kind.size() + 2;
+      for (const MEM_STRING& field : entry.m_data_vector) {
+         size += field.size() + 1;
+      }
+      return size;
+   }
+
+   static char* append_field(char* out, std::string_view text) {
+      std::memcpy(out, text.data(), text.size());
+      out[text.size()] = field_separator;
+      return out + text.size() + 1;
+   }
+
+   std::ostream* m_out;
+   std::unique_ptr<char[]> m_block;
+   std::size_t m_used = 0;
+};
+
+// The part of a node name that is written for a partition; its data is null for a name outside.
+std::string_view cut_partition_root(std::string_view name, std::string_view root) {
+   if (name.size() <= root.size() || name.substr(0, root.size()) != root) {
+      return {};
+   }
+   return name.substr(root.size() + (name[root.size()] == hierarchy_separator ? 1 : 0));
+}
+
+bool is_node_name(LOGDB_ENTRY_TYPE_ENUM type, unsigned int position) {
+   return LOGDB_DATABASE::get_enum_datatype_by_vec_position(type, position) == NODE_NAME;
+}
+
+// A whole file; the two ways to write a field, in a gathered line and by itself, are the caller's.
+template <class FIELD_TEXT, class WRITE_ENTRY>
+void write_lines(std::ostream* out, const MEM_VECTOR<LOGDB_DATABASE_ENTRY*>& entries, const FIELD_TEXT& field_text,
+                 const WRITE_ENTRY& write_entry) {
+   out->write("v1\n", 3);
+   LINE_GATHERER lines(out);
+   for (const LOGDB_DATABASE_ENTRY* entry : entries) {
+      const auto text = [&](const MEM_STRING& field, unsigned int position) {
+         return field_text(entry->m_entry_type, field, position);
+      };
+      if (!lines.add(*entry, text)) {
+         lines.flush();
+         write_entry(entry);
+      }
+   }
+   lines.flush();
+   logdb_msg_debug("Wrote log database with %u entries", static_cast<unsigned int>(entries.size()));
+}
+
+} // namespace
+
+bool logdb_msg_debug(const char* format, ...) {
+   // The host's interface takes a domain that could be written to.
+   char domain[] = "LOGDB";
+   va_list args;
+   va_start(args, format);
+   const bool printed = msg_local_vdebug(domain, format, args);
+   va_end(args);
+   return printed;
+}
+
+void LOGDB_DATABASE::initialize(const char* revision_name, LOGDB_DB_TYPE db_type) {
+   logdb_revision_name = text_or_empty(revision_name);
+   logdb_db_type = db_type;
+}
+
+LOGDB_DATABASE_IMPL* LOGDB_DATABASE::make_loaded_database() {
+   logdb_database_singleton = new (0) LOGDB_DATABASE;
+   return logdb_database_singleton != nullptr ? logdb_database_singleton->m_impl : nullptr;
+}
+
+void LOGDB_DATABASE::load_database() {
+   check_initialized_for_load();
+   if (logdb_database_singleton != nullptr) {
+      return;
+   }
+   MEM_STRING name;
+   make_db_filename(logdb_revision_name.c_str(), logdb_db_type, &name);
+   logdb_msg_debug("Loading logdb database %s...", name.c_str());
+   const std::time_t start = std::time(nullptr);
+   LOGDB_DATABASE_IMPL* database = make_loaded_database();
+   if (LOGDB_HOLDS(database != 0) && FIO_FILE_SYSTEM::exists(name.c_str())) {
+      read_file(name.c_str(), *database);
+   }
+   logdb_msg_debug("Done loading logdb database %s. Spent %d seconds.", name.c_str(), seconds_since(start));
+}
+
+void LOGDB_DATABASE::load_database(const char* file_name, const char* partition_root) {
+   file_name = text_or_empty(file_name);
+   check_initialized_for_load();
+   if (logdb_database_singleton != nullptr) {
+      logdb_msg_debug("Already loaded %s. Requesting to load %s.", loaded_file_name().c_str(), file_name);
+      if (!is_loaded_file_name(file_name)) {
+         LOGDB_REPORT("Logdb load_database can not called when a different database is already loaded.");
+      }
+      return;
+   }
+   logdb_msg_debug("Loading logdb database %s...", file_name);
+   const std::time_t start = std::time(nullptr);
+   logdb_filename_singleton[0] = '\0';
+   LOGDB_DATABASE_IMPL* database = make_loaded_database();
+   if (LOGDB_HOLDS(database != 0) && FIO_FILE_SYSTEM::exists(file_name) && read_file(file_name, *database)) {
+      LOGDB_HOLDS(partition_root != 0);
+      database->prepend_partition_hpath(partition_root);
+      set_loaded_file_name(file_name);
+   }
+   logdb_msg_debug("Done loading logdb database %s. Spent %d seconds.", file_name, seconds_since(start));
+}
+
+// Opens, writes and closes the file. The stream keeps any failure to itself.
+template <class WRITE> static void commit_file(const char* file_name, const WRITE& write) {
+   logdb_msg_debug("Commiting logdb database %s...", file_name);
+   const std::time_t start = std::time(nullptr);
+   std::ofstream file(file_name);
+   write(&file);
+   file.close();
+   logdb_msg_debug("Done comiting logdb database %s. Spent %d seconds.", file_name, seconds_since(start));
+}
+
+void LOGDB_DATABASE::commit_database() {
+   check_initialized_for_commit();
+   if (logdb_database_singleton == nullptr || logdb_database_singleton->m_impl == nullptr) {
+      return;
+   }
+   MEM_STRING name;
+   make_db_filename(logdb_revision_name.c_str(), logdb_db_type, &name);
+   commit_file(name.c_str(), [](std::ostream* out) { logdb_database_singleton->m_impl->write_database(out); });
+}
+
+void LOGDB_DATABASE::commit_database(const char* file_name, const char* partition_root) {
+   check_initialized_for_commit();
+   if (logdb_database_singleton == nullptr || logdb_database_singleton->m_impl == nullptr) {
+      return;
+   }
+   const MEM_STRING root = text_or_empty(partition_root);
+   commit_file(text_or_empty(file_name), [&root](std::ostream* out) {
+      logdb_database_singleton->m_impl->write_database_without_partition_hpath(out, root);
+   });
+}
+
+void LOGDB_DATABASE::unload_database() {
+   logdb_filename_singleton[0] = '\0';
+   delete logdb_database_singleton;
+   logdb_database_singleton = nullptr;
+   logdb_msg_debug("Unloaded logdb database.");
+}
+
+LOGDB_DATABASE* LOGDB_DATABASE::get_database() {
+   return logdb_database_singleton;
+}
+
+bool LOGDB_DATABASE::should_preserve_postfit_entries(LOGDB_ENTRY_TYPE_ENUM entry_type) {
+   switch (entry_type) {
+   case DSP_BALANCING_IMPLEMENTATION:
+   case REGISTER_PACKING:
+   case FSYN_LOG_FILE:
+      return true;
+   case RAM_PACKING:
+   case FIT_COMPUTED_DQSBUSMUX_COUNTS:
+   case IO_RULES_SUMMARY:
+   case IO_RULES:
+   case IO_RULES_MATRIX:
+      return false;
+   }
+   LOGDB_REPORT("Unsupported LOGDB_ENTRY_TYPE");
+   return false;
+}
+
+LOGDB_ENTRY_DATATYPE_ENUM LOGDB_DATABASE::get_enum_datatype_by_vec_position(LOGDB_ENTRY_TYPE_ENUM type,
+                                                                            unsigned int position) {
+   if (!is_known_kind(type) || position >= LOGDB_DATA_FORMAT[type].m_num_fields) {
+      return no_datatype;
+   }
+   return LOGDB_DATA_FORMAT[type].m_datatypes[position];
+}
+
+const char* LOGDB_DATABASE::logdb_type_to_dbm_type(LOGDB_DB_TYPE db_type) {
+   return LOGDB_DATABASE_IMPL::logdb_type_to_dbm_type(db_type);
+}
+
+void LOGDB_DATABASE::make_db_filename(const char* revision_name, LOGDB_DB_TYPE db_type, MEM_STRING* out) {
+   LOGDB_DATABASE_IMPL::make_db_filename(revision_name, db_type, out);
+}
+
+void LOGDB_DATABASE::make_db_extension(LOGDB_DB_TYPE db_type, MEM_STRING* out) {
+   LOGDB_DATABASE_IMPL::make_db_extension(db_type, out);
+}
+
+void LOGDB_DATABASE::copy_database_file(const char* revision_name, LOGDB_DB_TYPE from_type,
+                                        LOGDB_DB_TYPE to_type) {
+   LOGDB_DATABASE_IMPL::copy_database_file(revision_name, from_type, to_type);
+}
+
+void LOGDB_DATABASE::delete_database_file(const char* revision_name, LOGDB_DB_TYPE db_type) {
+   LOGDB_DATABASE_IMPL::delete_database_file(revision_name, db_type);
+}
+
+// Without memory for the implementation the database has no entries and takes none.
+LOGDB_DATABASE::LOGDB_DATABASE() : m_impl(new (0) LOGDB_DATABASE_IMPL) {}
+
+LOGDB_DATABASE::~LOGDB_DATABASE() {
+   delete m_impl;
+   m_impl = nullptr;
+}
+
+int LOGDB_DATABASE::get_number_of_entries() const {
+   return m_impl != nullptr ? m_impl->get_number_of_entries() : 0;
+}
+
+const LOGDB_DATABASE_ENTRY* LOGDB_DATABASE::get_entry(int index) const {
+   return m_impl != nullptr ? m_impl->get_entry(index) : nullptr;
+}
+
+LOGDB_DATABASE_ENTRY* LOGDB_DATABASE::add_entry(const LOGDB_DATABASE_ENTRY* new_entry) {
+   return m_impl != nullptr ? m_impl->add_entry(new_entry) : nullptr;
+}
+
+LOGDB_DATABASE_ENTRY* LOGDB_DATABASE::replace_entry(int index, const LOGDB_DATABASE_ENTRY* new_entry) {
+   return m_impl != nullptr ? m_impl->replace_entry(index, new_entry) : nullptr;
+}
+
+LOGDB_DATABASE_IMPL::LOGDB_DATABASE_IMPL()
+    : m_tokenizer(LOGDB_DATABASE_FIELD_SEPARATOR, true, MEM_STRING(), MEM_STRING(), MEM_STRING(), false) {}
+
+LOGDB_DATABASE_IMPL::~LOGDB_DATABASE_IMPL() {
+   delete_database();
+}
+
+void LOGDB_DATABASE_IMPL::delete_database() {
+   for (LOGDB_DATABASE_ENTRY*& entry : m_entry_vector) {
+      delete entry;
+      entry = nullptr;
+   }
+   MEM_VECTOR<LOGDB_DATABASE_ENTRY*>().swap(m_entry_vector);
+}
+
+int LOGDB_DATABASE_IMPL::get_number_of_entries() const {
+   return static_cast<int>(m_entry_vector.size());
+}
+
+const LOGDB_DATABASE_ENTRY* LOGDB_DATABASE_IMPL::get_entry(int index) const {
+   if (!LOGDB_HOLDS(index >= 0 && index < static_cast<int>(m_entry_vector.size()))) {
+      return nullptr;
+   }
+   return m_entry_vector[static_cast<std::size_t>(index)];
+}
+
+LOGDB_DATABASE_ENTRY* LOGDB_DATABASE_IMPL::add_entry(const LOGDB_DATABASE_ENTRY* new_entry) {
+   if (!LOGDB_HOLDS(new_entry != 0)) {
+      return nullptr;
+   }
+   std::unique_ptr<LOGDB_DATABASE_ENTRY> copy = copy_entry(*new_entry);
+   if (copy == nullptr) {
+      return nullptr;
+   }
+   m_entry_vector.push_back(copy.get());
+   return copy.release();
+}
+
+LOGDB_DATABASE_ENTRY* LOGDB_DATABASE_IMPL::replace_entry(int index, const LOGDB_DATABASE_ENTRY* new_entry) {
+   const bool index_holds = LOGDB_HOLDS(index >= 0 && index < static_cast<int>(m_entry_vector.size()));
+   const bool entry_holds = LOGDB_HOLDS(new_entry != 0);
+   if (!index_holds || !entry_holds) {
+      return nullptr;
+   }
+   // The copy comes first: the entry that is replaced may be the one that is copied.
+   std::unique_ptr<LOGDB_DATABASE_ENTRY> copy = copy_entry(*new_entry);
+   if (copy == nullptr) {
+      return nullptr;
+   }
+   LOGDB_DATABASE_ENTRY*& slot = m_entry_vector[static_cast<std::size_t>(index)];
+   delete slot;
+   slot = copy.release();
+   return slot;
+}
+
+const char* LOGDB_DATABASE_IMPL::logdb_type_to_dbm_type(LOGDB_DB_TYPE db_type) {
+   switch (db_type) {
+   case LOGDB_DB_TYPE_MAP:
+      return DBM_TYPE_MAP;
+   case LOGDB_DB_TYPE_CMP:
+      return DBM_TYPE_CMP;
+   case LOGDB_DB_TYPE_MAP_BB:
+      return DBM_TYPE_MAP_BB;
+   case LOGDB_DB_TYPE_CMP_BB:
+      return DBM_TYPE_CMP_BB;
+   case LOGDB_DB_TYPE_NONE:
+      break;
+   }
+   LOGDB_REPORT("unknown logdb_db_type");
+   return nullptr;
+}
+
+void LOGDB_DATABASE_IMPL::make_db_filename(const char* revision_name, LOGDB_DB_TYPE db_type, MEM_STRING* out) {
+   const char* type_name = logdb_type_to_dbm_type(db_type);
+   if (type_name == nullptr) {
+      return;
+   }
+   *out = gen_generate_pdb_filename(text_or_empty(revision_name), type_name, nullptr);
+   out->append(".").append("logdb");
+}
+
+void LOGDB_DATABASE_IMPL::make_db_extension(LOGDB_DB_TYPE db_type, MEM_STRING* out) {
+   const char* type_name = logdb_type_to_dbm_type(db_type);
+   if (type_name == nullptr) {
+      return;
+   }
+   *out = type_name;
+   out->append(".").append("logdb");
+}
+
+void LOGDB_DATABASE_IMPL::copy_database_file(const char* revision_name, LOGDB_DB_TYPE from_type,
+                                             LOGDB_DB_TYPE to_type) {
+   MEM_STRING source;
+   make_db_filename(revision_name, from_type, &source);
+   MEM_STRING target;
+   make_db_filename(revision_name, to_type, &target);
+   if (FIO_FILE_SYSTEM::exists(source.c_str()) && !FIO_FILE_SYSTEM::copy(source, target, true, false)) {
+      LOGDB_REPORT("failed copying logdb file");
+      return;
+   }
+   // Also when there was nothing to copy: a stage that asks for the copy has nothing to clean up then.
+   logdb_msg_debug("Copied logdb file %s to %s.", source.c_str(), target.c_str());
+}
+
+void LOGDB_DATABASE_IMPL::delete_database_file(const char* revision_name, LOGDB_DB_TYPE db_type) {
+   MEM_STRING name;
+   make_db_filename(revision_name, db_type, &name);
+   FIO_FILE_SYSTEM::remove_if_exists(name);
+   logdb_msg_debug("Deleted logdb file %s.", name.c_str());
+}
+
+void LOGDB_DATABASE_IMPL::write_string(std::ostream* out, const MEM_STRING& s) const {
+   if (s.find_first_of(LOGDB_DATABASE_FIELD_SEPARATOR) != MEM_STRING::npos) {
+      LOGDB_REPORT("log database write failed: string has field separator character");
+   }
+   out->write(s.data(), static_cast<std::streamsize>(s.size()));
+   out->write(LOGDB_DATABASE_FIELD_SEPARATOR, 1);
+}
+
+void LOGDB_DATABASE_IMPL::write_enum(std::ostream* out, LOGDB_ENTRY_TYPE_ENUM type) const {
+   write_string(out, logdb_get_debug_string(type));
+}
+
+void LOGDB_DATABASE_IMPL::write_entry(std::ostream* out, const LOGDB_DATABASE_ENTRY* entry) const {
+   write_enum(out, entry->m_entry_type);
+   for (const MEM_STRING& field : entry->m_data_vector) {
+      write_string(out, field);
+   }
+   out->put('\n');
+}
+
+void LOGDB_DATABASE_IMPL::write_database(std::ostream* out) const {
+   write_lines(
+       out, m_entry_vector,
+       [](LOGDB_ENTRY_TYPE_ENUM, const MEM_STRING& field, unsigned int) { return std::string_view(field); },
+       [this, out](const LOGDB_DATABASE_ENTRY* entry) { write_entry(out, entry); });
+}
+
+void LOGDB_DATABASE_IMPL::write_database_without_partition_hpath(std::ostream* out,
+                                                                 const MEM_STRING& partition_root) const {
+   MEM_STRING scratch;
+   write_lines(
+       out, m_entry_vector,
+       [&](LOGDB_ENTRY_TYPE_ENUM type, const MEM_STRING& field, unsigned int position) {
+          return is_node_name(type, position) ? cut_partition_root(field, partition_root)
+                                              : std::string_view(field);
+       },
+       [&](const LOGDB_DATABASE_ENTRY* entry) {
+          write_entry_without_partition_hpath(out, entry, partition_root, &scratch);
+       });
+}
+
+void LOGDB_DATABASE_IMPL::write_entry_without_partition_hpath(std::ostream* out, const LOGDB_DATABASE_ENTRY* entry,
+                                                              const MEM_STRING& partition_root,
+                                                              MEM_STRING* scratch) const {
+   write_enum(out, entry->m_entry_type);
+   unsigned int position = 0;
+   for (const MEM_STRING& field : entry->m_data_vector) {
+      if (!is_node_name(entry->m_entry_type, position++)) {
+         write_string(out, field);
+         continue;
+      }
+      const std::string_view rest = cut_partition_root(field, partition_root);
+      if (rest.data() != nullptr) {
+         *scratch = rest;
+         write_string(out, *scratch);
+      } else {
+         // The field goes without its separator, and those behind it move up: a file for a partition has never
+         // had a place for a node outside.
+         MEM_STRING text;
+         gen_sprintf(&text, "Detected node %s is not part of partition %s.", field.c_str(),
+                     partition_root.c_str());
+         LOGDB_REPORT(text.c_str());
+      }
+   }
+   out->put('\n');
+}
+
+bool LOGDB_DATABASE_IMPL::read_line(std::istream* in, MEM_STRING* line) {
+   if (take_line(*in, *line)) {
+      return true;
+   }
+   static char buffer[line_buffer_size];
+   buffer[0] = '\0';
+   in->getline(buffer, sizeof buffer);
+   *line = buffer;
+   return in->good();
+}
+
+bool LOGDB_DATABASE_IMPL::read_entry(std::istream* in, LOGDB_DATABASE_ENTRY* entry) {
+   return ENTRY_READER(*this).read_entry(in, entry);
+}
+
+bool LOGDB_DATABASE_IMPL::read_database(std::istream* in) {
+   delete_database();
+   const bool result = read_lines(in);
+   logdb_msg_debug("Read %u entries from log db", static_cast<unsigned int>(m_entry_vector.size()));
+   return result;
+}
+
+bool LOGDB_DATABASE_IMPL::read_lines(std::istream* in) {
+   MEM_STRING version;
+   if (!read_line(in, &version)) {
+      if (!in->eof()) {
+         logdb_msg_debug("Failed reading log db version info");
+      }
+      return in->eof();
+   }
+   logdb_msg_debug("Reading log db version %s", version.c_str());
+   ENTRY_READER reader(*this);
+   while (has_next_byte(*in)) {
+      std::unique_ptr<LOGDB_DATABASE_ENTRY> new_entry(new (0) LOGDB_DATABASE_ENTRY);
+      if (!LOGDB_HOLDS(new_entry != 0) || !reader.read_entry(in, new_entry.get())) {
+         return false;
+      }
+      m_entry_vector.push_back(new_entry.get());
+      static_cast<void>(new_entry.release());
+   }
+   // Past the end there is nothing to get; a stream that then does not say so could not be read.
+   in->get();
+   if (!in->eof()) {
+      logdb_msg_debug("Failed reading log db file");
+   }
+   return in->eof();
+}
+
+void LOGDB_DATABASE_IMPL::prepend_partition_hpath(const char* partition_root) {
+   const MEM_STRING root = text_or_empty(partition_root);
+   for (LOGDB_DATABASE_ENTRY* entry : m_entry_vector) {
+      prepend_partition_hpath_to_entry(root, entry);
+   }
+}
+
+void LOGDB_DATABASE_IMPL::prepend_partition_hpath_to_entry(const MEM_STRING& partition_root,
+                                                           LOGDB_DATABASE_ENTRY* entry) {
+   unsigned int position = 0;
+   for (MEM_STRING& field : entry->m_data_vector) {
+      if (is_node_name(entry->m_entry_type, position++)) {
+         m_hpath_buffer.assign(partition_root).append(1, hierarchy_separator).append(field);
+         field = m_hpath_buffer;
+      }
+   }
+}
