@@ -1,0 +1,212 @@
+#include "xtl_tokenizer.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+// Plain settings, one separator byte and nothing else, are those of the log database: there the separators of
+// 64 bytes of text are found at a time. Any other settings go byte by byte.
+
+namespace {
+
+/// What a byte of the text means.
+enum class ROLE : unsigned char { ITSELF, SEPARATOR, COMMENT, QUOTE, ESCAPE };
+
+using ROLES = std::array<ROLE, 256>;
+
+void set_role(ROLES& roles, const MEM_STRING& bytes, ROLE role) {
+   for (const char byte : bytes) {
+      roles[static_cast<unsigned char>(byte)] = role;
+   }
+}
+
+bool is_blank(char byte) {
+   return byte == ' ' || byte == '\t';
+}
+
+/// Puts pieces into a vector, into the strings that are there as long as there are any.
+class PIECE_SINK {
+public:
+   explicit PIECE_SINK(MEM_VECTOR<MEM_STRING>& tokens) : m_tokens(tokens) {}
+
+   void add(std::string_view piece) {
+      if (m_count < m_tokens.size()) {
+         m_tokens[m_count].assign(piece);
+      } else {
+         m_tokens.emplace_back(piece);
+      }
+      ++m_count;
+   }
+
+   void drop_the_rest() {
+      m_tokens.erase(m_tokens.begin() + static_cast<std::ptrdiff_t>(m_count), m_tokens.end());
+   }
+
+private:
+   MEM_VECTOR<MEM_STRING>& m_tokens;
+   std::size_t m_count = 0;
+};
+
+constexpr std::size_t STEP = 64;
+
+#ifdef __SSE2__
+
+std::uint64_t equal_bytes_of_16(const char* bytes, __m128i wanted) {
+   const __m128i loaded = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
+   return static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(loaded, wanted)));
+}
+
+/// Bit n tells whether byte n of 64 is the wanted one.
+std::uint64_t equal_bytes(const char* bytes, char wanted) {
+   const __m128i wanted_16 = _mm_set1_epi8(wanted);
+   return equal_bytes_of_16(bytes, wanted_16) | equal_bytes_of_16(bytes + 16, wanted_16) << 16U |
+          equal_bytes_of_16(bytes + 32, wanted_16) << 32U | equal_bytes_of_16(bytes + 48, wanted_16) << 48U;
+}
+
+#else
+
+std::uint64_t equal_bytes(const char* bytes, char wanted) {
+   std::uint64_t found = 0;
+   for (std::size_t index = 0; index < STEP; ++index) {
+      found |= static_cast<std::uint64_t>(bytes[index] == wanted) << index;
+   }
+   return found;
+}
+
+#endif
+
+/// Finds every place of a byte in a text, in order.
+template <class ACTION> void for_each_place(std::string_view text, char wanted, ACTION action) {
+   const auto take_places = [&action](std::uint64_t found, std::size_t base) {
+      for (; found != 0; found &= found - 1) {
+         action(base + static_cast<std::size_t>(std::countr_zero(found)));
+      }
+   };
+   std::size_t base = 0;
+   for (; text.size() - base >= STEP; base += STEP) {
+      take_places(equal_bytes(text.data() + base, wanted), base);
+   }
+   const std::size_t left = text.size() - base;
+   if (left == 0) {
+      return;
+   }
+   if (base != 0) {
+      take_places(equal_bytes(text.data() + text.size() - STEP, wanted) >> (STEP - left), base);
+      return;
+   }
+   std::array<char, STEP> padded = {};
+   std::memcpy(padded.data(), text.data(), left);
+   take_places(equal_bytes(padded.data(), wanted) & ((std::uint64_t{1} << left) - 1), 0);
+}
+
+void split_plainly(std::string_view text, char separator, bool keep_empty, PIECE_SINK& pieces) {
+   std::size_t begin = 0;
+   for_each_place(text, separator, [&](std::size_t place) {
+      if (place != begin || keep_empty) {
+         pieces.add(text.substr(begin, place - begin));
+      }
+      begin = place + 1;
+   });
+   if (begin != text.size()) {
+      pieces.add(text.substr(begin));
+   }
+}
+
+/// A piece that is being put together, and how far trimming may go.
+class PIECE {
+public:
+   void add(char byte) { m_bytes += byte; }
+
+   void add_protected(char byte) {
+      m_protected_begin = std::min(m_protected_begin, m_bytes.size());
+      m_bytes += byte;
+      m_protected_end = m_bytes.size();
+   }
+
+   void set_quoted() { m_is_quoted = true; }
+
+   /// Hands the piece over, unless it is empty and empty ones are not kept, and begins the next one.
+   void finish(bool trim, bool keep_empty, PIECE_SINK& pieces) {
+      std::size_t begin = 0;
+      std::size_t end = m_bytes.size();
+      while (trim && end > m_protected_end && is_blank(m_bytes[end - 1])) {
+         --end;
+      }
+      while (trim && begin < std::min(end, m_protected_begin) && is_blank(m_bytes[begin])) {
+         ++begin;
+      }
+      if (begin != end || m_is_quoted || keep_empty) {
+         pieces.add(std::string_view(m_bytes).substr(begin, end - begin));
+      }
+      m_bytes.clear();
+      m_protected_begin = MEM_STRING::npos;
+      m_protected_end = 0;
+      m_is_quoted = false;
+   }
+
+private:
+   MEM_STRING m_bytes;
+   std::size_t m_protected_begin = MEM_STRING::npos; ///< the first byte that is quoted or escaped
+   std::size_t m_protected_end = 0;                  ///< behind the last one
+   bool m_is_quoted = false;
+};
+
+void split_by_roles(std::string_view text, const ROLES& roles, bool keep_empty, bool trim, PIECE_SINK& pieces) {
+   PIECE piece;
+   bool is_in_quotes = false;
+   char quote = '\0';
+   for (std::size_t index = 0; index < text.size(); ++index) {
+      const char byte = text[index];
+      const ROLE role = roles[static_cast<unsigned char>(byte)];
+      if (role == ROLE::ESCAPE) {
+         index += index + 1 < text.size() ? 1 : 0;
+         piece.add_protected(text[index]);
+      } else if (is_in_quotes) {
+         if (byte == quote) {
+            is_in_quotes = false;
+         } else {
+            piece.add_protected(byte);
+         }
+      } else if (role == ROLE::QUOTE) {
+         is_in_quotes = true;
+         quote = byte;
+         piece.set_quoted();
+      } else if (role == ROLE::COMMENT) {
+         break;
+      } else if (role == ROLE::SEPARATOR) {
+         piece.finish(trim, keep_empty, pieces);
+      } else {
+         piece.add(byte);
+      }
+   }
+   piece.finish(trim, false, pieces);
+}
+
+} // namespace
+
+XTL_TOKENIZER::XTL_TOKENIZER(const MEM_STRING& separators, bool keep_empty, const MEM_STRING& quotes,
+                             const MEM_STRING& escapes, const MEM_STRING& comments, bool trim)
+    : m_separators(separators), m_quotes(quotes), m_escapes(escapes), m_comments(comments),
+      m_keep_empty(keep_empty), m_trim(trim) {}
+
+void XTL_TOKENIZER::tokenize(const MEM_STRING& text, MEM_VECTOR<MEM_STRING>& tokens) {
+   PIECE_SINK pieces(tokens);
+   if (m_separators.size() == 1 && m_quotes.empty() && m_escapes.empty() && m_comments.empty() && !m_trim) {
+      split_plainly(text, m_separators.front(), m_keep_empty, pieces);
+   } else {
+      ROLES roles = {};
+      set_role(roles, m_separators, ROLE::SEPARATOR);
+      set_role(roles, m_comments, ROLE::COMMENT);
+      set_role(roles, m_quotes, ROLE::QUOTE);
+      set_role(roles, m_escapes, ROLE::ESCAPE);
+      split_by_roles(text, roles, m_keep_empty, m_trim, pieces);
+   }
+   pieces.drop_the_rest();
+}
