@@ -72,6 +72,8 @@ constexpr std::array<std::size_t, 18> COARSE_BYTES = {1280, 1536, 1792, 2048, 25
                                                       6144, 7168, 8192, 9360, 10912, 13104, 16384, 21840, 32768};
 constexpr std::size_t LARGEST_BIN_BYTES = COARSE_BYTES.back();
 constexpr std::size_t LARGEST_ROW_BYTES = 16 * SPAN_BYTES;
+// Asked for more, a tool that watches blocks ends the process instead of answering that there is no memory.
+constexpr std::size_t LARGEST_WATCHED_BYTES = std::size_t{1} << 39U;
 constexpr std::size_t LARGE_BIN = FINE_BINS + COARSE_BYTES.size(); // never has a window
 constexpr std::size_t BIN_COUNT = LARGE_BIN + 1;
 
@@ -600,7 +602,7 @@ void* allocate_large(OWNER& owner, std::size_t size) {
 }
 
 void* allocate_watched(OWNER& owner, std::size_t size) {
-   if (size > PTRDIFF_MAX - sizeof(WATCHED_HEADER) - GRANULE_BYTES) {
+   if (size > LARGEST_WATCHED_BYTES) {
       throw std::bad_alloc();
    }
    auto* header = static_cast<WATCHED_HEADER*>(std::malloc(sizeof(WATCHED_HEADER) + size));
@@ -620,6 +622,10 @@ void* allocate_watched(OWNER& owner, std::size_t size) {
 [[gnu::noinline]] void release_watched(void* block) {
    WATCHED_HEADER* header = static_cast<WATCHED_HEADER*>(block) - 1;
 #ifdef MEM_ADDRESS_SANITIZER
+   if (__asan_address_is_poisoned(block) != 0) {
+      std::free(header); // it was released before: the sanitizer reports that here
+      return;
+   }
    ASAN_UNPOISON_MEMORY_REGION(header, sizeof(WATCHED_HEADER));
 #endif
    count_release(*header->m_owner, header->m_block_bytes);
