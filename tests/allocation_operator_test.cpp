@@ -1,0 +1,131 @@
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <stdexcept>
+#include <type_traits>
+#include <vector>
+
+#include "logdb.h"
+#include "mem_alloc_sys.h"
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define BUILT_WITH_ADDRESS_SANITIZER
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__)
+#define BUILT_WITH_ADDRESS_SANITIZER
+#endif
+
+#ifdef BUILT_WITH_ADDRESS_SANITIZER
+// The sanitizer's calloc ends the process where the C library's answers null.
+extern "C" const char* __asan_default_options();
+extern "C" const char* __asan_default_options() {
+   return "allocator_may_return_null=1";
+}
+#endif
+
+namespace {
+
+using ALLOCATION_OPERATOR = void* (*)(std::size_t, int) noexcept;
+static_assert(std::is_same_v<decltype(static_cast<ALLOCATION_OPERATOR>(&operator new)), ALLOCATION_OPERATOR>);
+static_assert(noexcept(operator new (std::size_t{1}, 0)));
+
+bool is_zero(const void* block, std::size_t size) {
+   const volatile unsigned char* bytes = static_cast<const volatile unsigned char*>(block);
+   for (std::size_t position = 0; position < size; ++position) {
+      if (bytes[position] != 0) {
+         return false;
+      }
+   }
+   return true;
+}
+
+/// Leaves blocks of this size behind in the heap that are full of other bytes.
+void soil_the_heap(std::size_t size) {
+   std::vector<void*> blocks;
+   for (int count = 0; count < 16; ++count) {
+      void* block = std::malloc(size);
+      ASSERT_NE(block, nullptr);
+      std::memset(block, 0xA5, size);
+      blocks.push_back(block);
+   }
+   for (void* block : blocks) {
+      std::free(block);
+   }
+}
+
+TEST(ALLOCATION_OPERATOR, blocks_are_zero_although_the_heap_is_not) {
+   for (const std::size_t size : {1u, 7u, 8u, 24u, 32u, 100u, 1000u, 4096u, 70000u, 1000000u}) {
+      soil_the_heap(size);
+      for (int count = 0; count < 4; ++count) {
+         void* block = operator new(size, 0);
+         ASSERT_NE(block, nullptr);
+         EXPECT_TRUE(is_zero(block, size)) << size;
+         std::memset(block, 0xA5, size);
+         operator delete(block);
+      }
+   }
+}
+
+TEST(ALLOCATION_OPERATOR, the_int_is_ignored) {
+   for (const int tag : {0, 1, -1, INT_MAX, INT_MIN}) {
+      void* block = operator new(64, tag);
+      ASSERT_NE(block, nullptr) << tag;
+      EXPECT_TRUE(is_zero(block, 64)) << tag;
+      operator delete(block);
+   }
+}
+
+TEST(ALLOCATION_OPERATOR, blocks_are_aligned_for_any_ordinary_type) {
+   for (std::size_t size = 1; size < 200; ++size) {
+      void* block = operator new(size, 0);
+      EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % alignof(std::max_align_t), 0u) << size;
+      operator delete(block);
+   }
+}
+
+TEST(ALLOCATION_OPERATOR, exhausted_memory_yields_null) {
+   // Through a volatile, for the compiler knows that no such block exists.
+   const volatile std::size_t too_much = static_cast<std::size_t>(PTRDIFF_MAX);
+   EXPECT_EQ(operator new(too_much, 0), nullptr);
+   EXPECT_EQ(operator new(too_much - 4096, 1), nullptr);
+}
+
+struct COUNTS_CONSTRUCTIONS {
+   COUNTS_CONSTRUCTIONS() { ++constructions; }
+   static inline int constructions = 0;
+   char m_bytes[std::size_t{1} << 60];
+};
+
+TEST(ALLOCATION_OPERATOR, no_constructor_runs_when_there_is_no_memory) {
+   EXPECT_EQ(new (0) COUNTS_CONSTRUCTIONS, nullptr);
+   EXPECT_EQ(COUNTS_CONSTRUCTIONS::constructions, 0);
+}
+
+struct THROWS_WHEN_MADE {
+   THROWS_WHEN_MADE() { throw std::runtime_error("made"); }
+   char m_bytes[100];
+};
+
+TEST(ALLOCATION_OPERATOR, a_constructor_that_throws_gives_its_block_back) {
+   // The leak checkers of the sanitizer runs see a block that stays.
+   EXPECT_THROW(new (0) THROWS_WHEN_MADE, std::runtime_error);
+}
+
+TEST(ALLOCATION_OPERATOR, an_object_leaves_through_the_ordinary_delete) {
+   soil_the_heap(sizeof(LOGDB_DATABASE_ENTRY));
+   LOGDB_DATABASE_ENTRY* entry = new (0) LOGDB_DATABASE_ENTRY;
+   ASSERT_NE(entry, nullptr);
+   EXPECT_EQ(entry->m_entry_type, DSP_BALANCING_IMPLEMENTATION);
+   EXPECT_TRUE(entry->m_data_vector.empty());
+   entry->m_data_vector.emplace_back("a field that is too long for the string object itself");
+   delete entry;
+}
+
+} // namespace
