@@ -1,4 +1,6 @@
 // Written by scripts/generate_translators.py from scripts/translators.json: do not edit.
+// The script lays it out:
+// clang-format off
 
 #include "logdb_entry_datatype_enum_translator_auto.h"
 
@@ -7,6 +9,12 @@
 namespace {
 
 constexpr unsigned int last_value = 1;
+
+// Arrays of their own, because equal literals may share their place and the two tables share nothing.
+constexpr char debug_string_0[] = "GENERIC_STRING";
+constexpr char debug_string_1[] = "NODE_NAME";
+constexpr char user_string_0[] = "GENERIC_STRING";
+constexpr char user_string_1[] = "NODE_NAME";
 
 const char* table_text(const char* const* table, LOGDB_ENTRY_DATATYPE_ENUM value) {
    // Negative values are too large as well.
@@ -24,13 +32,13 @@ static_assert(GENERIC_STRING == 0);
 static_assert(NODE_NAME == 1);
 
 const char* const LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR::m_debug_string_table[2] = {
-    "GENERIC_STRING",
-    "NODE_NAME",
+    debug_string_0,
+    debug_string_1,
 };
 
 const char* const LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR::m_user_string_table[2] = {
-    "GENERIC_STRING",
-    "NODE_NAME",
+    user_string_0,
+    user_string_1,
 };
 
 LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR::LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR() {

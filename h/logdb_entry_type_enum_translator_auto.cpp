@@ -1,4 +1,6 @@
 // Written by scripts/generate_translators.py from scripts/translators.json: do not edit.
+// The script lays it out:
+// clang-format off
 
 #include "logdb_entry_type_enum_translator_auto.h"
 
@@ -7,6 +9,24 @@
 namespace {
 
 constexpr unsigned int last_value = 7;
+
+// Arrays of their own, because equal literals may share their place and the two tables share nothing.
+constexpr char debug_string_0[] = "DSP_BALANCING_IMPLEMENTATION";
+constexpr char debug_string_1[] = "REGISTER_PACKING";
+constexpr char debug_string_2[] = "RAM_PACKING";
+constexpr char debug_string_3[] = "FIT_COMPUTED_DQSBUSMUX_COUNTS";
+constexpr char debug_string_4[] = "FSYN_LOG_FILE";
+constexpr char debug_string_5[] = "IO_RULES_SUMMARY";
+constexpr char debug_string_6[] = "IO_RULES";
+constexpr char debug_string_7[] = "IO_RULES_MATRIX";
+constexpr char user_string_0[] = "DSP Block Balancing Implementation";
+constexpr char user_string_1[] = "Register Packing log";
+constexpr char user_string_2[] = "RAM Packing log";
+constexpr char user_string_3[] = "DQS bux muxes count log.";
+constexpr char user_string_4[] = "Physical Synthesis Log";
+constexpr char user_string_5[] = "I/O Rules Summary";
+constexpr char user_string_6[] = "I/O Rules Log";
+constexpr char user_string_7[] = "I/O Rules Matrix";
 
 const char* table_text(const char* const* table, LOGDB_ENTRY_TYPE_ENUM value) {
    // Negative values are too large as well.
@@ -30,25 +50,25 @@ static_assert(IO_RULES == 6);
 static_assert(IO_RULES_MATRIX == 7);
 
 const char* const LOGDB_ENTRY_TYPE_ENUM_TRANSLATOR::m_debug_string_table[8] = {
-    "DSP_BALANCING_IMPLEMENTATION",
-    "REGISTER_PACKING",
-    "RAM_PACKING",
-    "FIT_COMPUTED_DQSBUSMUX_COUNTS",
-    "FSYN_LOG_FILE",
-    "IO_RULES_SUMMARY",
-    "IO_RULES",
-    "IO_RULES_MATRIX",
+    debug_string_0,
+    debug_string_1,
+    debug_string_2,
+    debug_string_3,
+    debug_string_4,
+    debug_string_5,
+    debug_string_6,
+    debug_string_7,
 };
 
 const char* const LOGDB_ENTRY_TYPE_ENUM_TRANSLATOR::m_user_string_table[8] = {
-    "DSP Block Balancing Implementation",
-    "Register Packing log",
-    "RAM Packing log",
-    "DQS bux muxes count log.",
-    "Physical Synthesis Log",
-    "I/O Rules Summary",
-    "I/O Rules Log",
-    "I/O Rules Matrix",
+    user_string_0,
+    user_string_1,
+    user_string_2,
+    user_string_3,
+    user_string_4,
+    user_string_5,
+    user_string_6,
+    user_string_7,
 };
 
 LOGDB_ENTRY_TYPE_ENUM_TRANSLATOR::LOGDB_ENTRY_TYPE_ENUM_TRANSLATOR() {

@@ -144,8 +144,8 @@ public:
    ~LOGDB_FSYN_LOG_ENTRY_INSERT_ATOM() override;
    LOGDB_FSYN_LOG_ENTRY* clone() const override;
 
-   unsigned char m_atom_kind = 0; ///< what kind of atom; a flag in the text
    MEM_STRING m_related_name;     ///< the atom that it is modelled on
+   unsigned char m_atom_kind = 0; ///< what kind of atom; a flag in the text
 };
 
 /// An atom is deleted, and others with it.
@@ -605,7 +605,7 @@ public:
    MEM_STRING m_clkbuf_first_name;  ///< the net that it drives
    MEM_STRING m_clkbuf_second_name; ///< the net that it takes
    MEM_STRING
-       m_enable_name; ///< its enable; empty for none (NO_ENABLE in the text, so an enable of that name reads back empty)
+   m_enable_name; ///< its enable; empty for none (NO_ENABLE in the text, so an enable of that name reads back empty)
    int m_value = 0; ///< which terminals move to it
 };
 

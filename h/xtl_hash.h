@@ -1,6 +1,9 @@
 #ifndef XTL_HASH_H
 #define XTL_HASH_H
 
+#include <cstddef>
+#include <limits>
+
 #include "mem_alloc_sys.h"
 #include "xtl_hash_ops.h"
 
@@ -155,6 +158,9 @@ public:
 
 private:
    static NODE** allocate_buckets(unsigned long count) {
+      if (count > std::numeric_limits<std::size_t>::max() / sizeof(NODE*)) {
+         return nullptr;
+      }
       return static_cast<NODE**>(::operator new(count * sizeof(NODE*), 0));
    }
 

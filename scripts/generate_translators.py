@@ -68,6 +68,8 @@ LOGDB_EXPORT bool logdb_exists_{lower}_by_string(const char* text);
 
 SOURCE = """\
 // Written by scripts/generate_translators.py from scripts/translators.json: do not edit.
+// The script lays it out:
+// clang-format off
 
 #include "{lower}_translator_auto.h"
 
@@ -76,6 +78,9 @@ SOURCE = """\
 namespace {{
 
 constexpr unsigned int last_value = {last};
+
+// Arrays of their own, because equal literals may share their place and the two tables share nothing.
+{arrays}
 
 const char* table_text(const char* const* table, {upper} value) {{
    // Negative values are too large as well.
@@ -163,8 +168,13 @@ def write_translator(description, out):
         "count": len(debug),
         "last": len(debug) - 1,
         "static_asserts": "".join(f"static_assert({name} == {value});\n" for value, name in enumerate(debug)),
-        "debug_strings": "\n".join(f"    {c_string(text)}," for text in debug),
-        "user_strings": "\n".join(f"    {c_string(text)}," for text in user),
+        "arrays": "\n".join(
+            f"constexpr char {table}_string_{value}[] = {c_string(text)};"
+            for table, texts in (("debug", debug), ("user", user))
+            for value, text in enumerate(texts)
+        ),
+        "debug_strings": "\n".join(f"    debug_string_{value}," for value in range(len(debug))),
+        "user_strings": "\n".join(f"    user_string_{value}," for value in range(len(user))),
     }
     for suffix, template in ((".h", HEADER), (".cpp", SOURCE)):
         path = out / f"{lower}_translator_auto{suffix}"

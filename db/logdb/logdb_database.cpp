@@ -76,13 +76,10 @@ const char* text_or_empty(const char* text) {
    return text != nullptr ? text : "";
 }
 
-// The name of the loaded file. A long one fills the array to its end, without a zero byte.
+// The name of the loaded file. A long one fills the array to its end, without a zero byte, and is recorded by its
+// first bytes only: no name is equal to it then but one that is just these bytes.
 MEM_STRING loaded_file_name() {
    return {logdb_filename_singleton, strnlen(logdb_filename_singleton, sizeof logdb_filename_singleton)};
-}
-
-bool is_loaded_file_name(const char* file_name) {
-   return std::strncmp(logdb_filename_singleton, file_name, sizeof logdb_filename_singleton) == 0;
 }
 
 void set_loaded_file_name(const char* file_name) {
@@ -260,10 +257,30 @@ public:
    LINE_GATHERER(const LINE_GATHERER&) = delete;
    LINE_GATHERER& operator=(const LINE_GATHERER&) = delete;
 
+   // Adds text that needs no look.
+   void add(std::string_view text) {
+      if (m_block == nullptr) {
+         m_out->write(text.data(), static_cast<std::streamsize>(text.size()));
+         return;
+      }
+      std::memcpy(m_block.get() + m_used, text.data(), text.size());
+      m_used += text.size();
+   }
+
    void flush() {
       if (m_used != 0) {
          m_out->write(m_block.get(), static_cast<std::streamsize>(m_used));
          m_used = 0;
+      }
+   }
+
+   // The last byte goes by itself: after a failure the stream is then in the same state as if every field had gone
+   // so, whichever byte it failed at.
+   void finish() {
+      if (m_used != 0) {
+         const char last = m_block[--m_used];
+         flush();
+         m_out->put(last);
       }
    }
 
@@ -338,8 +355,8 @@ bool is_node_name(LOGDB_ENTRY_TYPE_ENUM type, unsigned int position) {
 template <class FIELD_TEXT, class WRITE_ENTRY>
 void write_lines(std::ostream* out, const MEM_VECTOR<LOGDB_DATABASE_ENTRY*>& entries, const FIELD_TEXT& field_text,
                  const WRITE_ENTRY& write_entry) {
-   out->write("v1\n", 3);
    LINE_GATHERER lines(out);
+   lines.add("v1\n");
    for (const LOGDB_DATABASE_ENTRY* entry : entries) {
       const auto text = [&](const MEM_STRING& field, unsigned int position) {
          return field_text(entry->m_entry_type, field, position);
@@ -349,7 +366,7 @@ void write_lines(std::ostream* out, const MEM_VECTOR<LOGDB_DATABASE_ENTRY*>& ent
          write_entry(entry);
       }
    }
-   lines.flush();
+   lines.finish();
    logdb_msg_debug("Wrote log database with %u entries", static_cast<unsigned int>(entries.size()));
 }
 
@@ -395,8 +412,9 @@ void LOGDB_DATABASE::load_database(const char* file_name, const char* partition_
    file_name = text_or_empty(file_name);
    check_initialized_for_load();
    if (logdb_database_singleton != nullptr) {
-      logdb_msg_debug("Already loaded %s. Requesting to load %s.", loaded_file_name().c_str(), file_name);
-      if (!is_loaded_file_name(file_name)) {
+      const MEM_STRING loaded_name = loaded_file_name();
+      logdb_msg_debug("Already loaded %s. Requesting to load %s.", loaded_name.c_str(), file_name);
+      if (loaded_name != file_name) {
          LOGDB_REPORT("Logdb load_database can not called when a different database is already loaded.");
       }
       return;

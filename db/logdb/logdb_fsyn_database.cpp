@@ -274,11 +274,12 @@ std::string_view LOGDB_FSYN_FILE_STREAM::next_word() {
    return word;
 }
 
-void LOGDB_FSYN_FILE_STREAM::stop_at_end_of(const char* file_name) {
+void LOGDB_FSYN_FILE_STREAM::stop_at_end_of(const LOGDB_FSYN_FILE_STREAM* open_stream, const char* file_name) {
    struct stat mine = {};
    struct stat other = {};
-   if (::fstat(m_file, &mine) == 0 && ::stat(file_name, &other) == 0 && mine.st_dev == other.st_dev &&
-       mine.st_ino == other.st_ino && S_ISREG(mine.st_mode)) {
+   const int found = open_stream != nullptr ? ::fstat(open_stream->m_file, &other) : ::stat(file_name, &other);
+   if (found == 0 && ::fstat(m_file, &mine) == 0 && mine.st_dev == other.st_dev && mine.st_ino == other.st_ino &&
+       S_ISREG(mine.st_mode)) {
       m_bytes_to_read = static_cast<std::size_t>(mine.st_size);
    }
 }
@@ -752,7 +753,7 @@ bool LOGDB_FSYN_LOG_FILE::append_file(MEM_STRING file_name) {
    }
    if (open_stream(other, LOGDB_FSYN_FILE_STREAM::READING)) {
       // Otherwise a log that is appended to itself would never end.
-      other.m_file_stream->stop_at_end_of(m_file_name.c_str());
+      other.m_file_stream->stop_at_end_of(m_file_stream, m_file_name.c_str());
    }
    while (LOGDB_FSYN_LOG_ENTRY* entry = other.read_fsyn_log_entry()) {
       const std::unique_ptr<LOGDB_FSYN_LOG_ENTRY> owner(entry);

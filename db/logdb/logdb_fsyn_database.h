@@ -242,8 +242,11 @@ public:
    /// The next word, cut to max_word_size bytes; its data is null at the end. It is good until the next call.
    std::string_view next_word();
 
-   /// Ends the reading where a file ends now, if it is this file. So what is read can be appended to it.
-   void stop_at_end_of(const char* file_name);
+   /// Ends the reading where the file of a log ends now, if it is this file. So what is read can be appended to
+   /// it.
+   ///
+   /// \param open_stream  the log's stream; null when none is open, and then its name counts
+   void stop_at_end_of(const LOGDB_FSYN_FILE_STREAM* open_stream, const char* file_name);
 
 private:
    const char* find_word_end(const char* begin) const;
