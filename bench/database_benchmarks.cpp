@@ -1,8 +1,11 @@
 #include <filesystem>
 
 #include "benchmarks.h"
+#include "checksum.h"
 #include "contenders.h"
 #include "floor_database.h"
+#include "generator.h"
+#include "logdb.h"
 
 namespace {
 
@@ -108,6 +111,31 @@ void commit(benchmark::State& state, INPUTS& inputs, const std::string& name, co
    set_items(state, input.m_entries);
 }
 
+/// Fills a database with copies of entries that a program made.
+void add_entries(benchmark::State& state, INPUTS& inputs, const std::string& name, const std::string& input_name) {
+   const DATABASE_INPUT& input = inputs.database(input_name);
+   const std::vector<LOGDB_DATABASE_ENTRY> entries = generate_entries(input.m_entries);
+   std::unique_ptr<LOGDB_DATABASE> database;
+   time_work(
+       state, [&] { database = std::make_unique<LOGDB_DATABASE>(); },
+       [&] {
+          for (const LOGDB_DATABASE_ENTRY& entry : entries) {
+             database->add_entry(&entry);
+          }
+       },
+       [&] {
+          CHECKSUM sum;
+          for (int i = 0; i < database->get_number_of_entries(); ++i) {
+             add_row(sum, database->get_entry(i)->m_entry_type, database->get_entry(i)->m_data_vector);
+          }
+          if (sum.value() != input.m_sum) {
+             fail_benchmark(state, name + " holds other entries");
+          }
+          database.reset();
+       });
+   set_items(state, input.m_entries);
+}
+
 /// The parts of the floor of a load: what reading, and reading and scanning take, and a whole load into
 /// memory that is there already.
 void load_part(benchmark::State& state, INPUTS& inputs, const std::string& name, const std::string& input_name) {
@@ -145,6 +173,7 @@ void register_database_benchmarks(INPUTS& inputs) {
    add_all(inputs, {"floor", "library", "straightforward"}, MAIN_SIZE);
    add_all(inputs, PEERS, MAIN_SIZE);
    add_all(inputs, {"floor_partition", "library_partition", "straightforward_partition"}, MAIN_SIZE);
+   add(inputs, "add", add_entries, "library", MAIN_SIZE);
    for (const char* part : {"floor_read", "floor_scan", "floor_warm"}) {
       add(inputs, "load", load_part, part, MAIN_SIZE);
    }

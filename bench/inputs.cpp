@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -57,6 +59,21 @@ void copy_given(const std::string& name, const std::string& target) {
    }
 }
 
+constexpr char DIRECTORY_NAME[] = "logdb_bench_"; // followed by the process
+
+/// Removes what a run that was killed left behind: it may be gigabytes.
+void remove_leftovers(const std::string& parent) {
+   std::error_code ignored;
+   for (const auto& entry : std::filesystem::directory_iterator(parent)) {
+      const std::string name = entry.path().filename();
+      const std::string process = name.substr(std::min(name.size(), std::strlen(DIRECTORY_NAME)));
+      if (name.rfind(DIRECTORY_NAME, 0) == 0 && is_number(process) &&
+          ::kill(static_cast<pid_t>(std::stol(process)), 0) != 0 && errno == ESRCH) {
+         std::filesystem::remove_all(entry.path(), ignored);
+      }
+   }
+}
+
 class MAPPED_FILE {
 public:
    explicit MAPPED_FILE(const std::string& path) : m_file(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
@@ -95,7 +112,9 @@ private:
 
 INPUTS::INPUTS() {
    const char* parent = std::getenv("TMPDIR");
-   m_directory = std::string(parent == nullptr ? "/tmp" : parent) + "/logdb_bench_" + std::to_string(::getpid());
+   const std::string directory = parent == nullptr ? "/tmp" : parent;
+   remove_leftovers(directory);
+   m_directory = directory + "/" + DIRECTORY_NAME + std::to_string(::getpid());
    if (!std::filesystem::create_directory(m_directory)) {
       throw std::runtime_error("cannot make " + m_directory);
    }

@@ -232,7 +232,7 @@ def report_targets(out, results):
 
 
 def report_contenders(out, results):
-    works = [("load", ENTRIES), ("load_cold", ENTRIES), ("commit", ENTRIES), ("unload", ENTRIES),
+    works = [("load", ENTRIES), ("load_cold", ENTRIES), ("add", ENTRIES), ("commit", ENTRIES), ("unload", ENTRIES),
              ("log_write", RECORDS), ("log_read", RECORDS), ("log_read_delete", RECORDS), ("log_append", RECORDS)]
     names = ["floor", "library", "straightforward"] + PEERS
     rows = [[work] + [milliseconds(results.time(work, name, size)) for name in names] for work, size in works]
