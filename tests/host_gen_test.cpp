@@ -15,11 +15,10 @@ using ::testing::ExitedWithCode;
 namespace {
 
 std::string name(const char* revision, const char* type_name, const char* directory = nullptr) {
-   if (directory == nullptr) {
-      return gen_generate_pdb_filename(revision, type_name, nullptr).c_str();
-   }
-   const MEM_STRING directory_text = directory;
-   return gen_generate_pdb_filename(revision, type_name, &directory_text).c_str();
+   const MEM_STRING directory_text = directory == nullptr ? "" : directory;
+   const MEM_STRING path =
+       gen_generate_pdb_filename(revision, type_name, directory == nullptr ? nullptr : &directory_text);
+   return {path.data(), path.size()};
 }
 
 [[noreturn]] void check_name_and_exit(const char* expected) {
@@ -30,7 +29,7 @@ std::string name(const char* revision, const char* type_name, const char* direct
 class HOST_GEN : public ::testing::Test {
 protected:
    HOST_GEN() { testing::FLAGS_gtest_death_test_style = "threadsafe"; }
-   ~HOST_GEN() override { host_set_project_directory(nullptr); }
+   void TearDown() override { host_set_project_directory(nullptr); }
 
    ENVIRONMENT_VARIABLE m_nothing_set{"LOGDB_PROJECT_DIRECTORY", nullptr};
 };

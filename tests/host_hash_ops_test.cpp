@@ -47,21 +47,21 @@ void expect_ascii_folding_only() {
 class TEXT_AT_THE_END_OF_A_PAGE {
 public:
    explicit TEXT_AT_THE_END_OF_A_PAGE(const std::string& text) {
-      void* mapping = ::mmap(nullptr, 2 * PAGE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+      void* mapping = ::mmap(nullptr, 2 * page_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
       EXPECT_NE(mapping, MAP_FAILED);
       m_mapping = static_cast<char*>(mapping);
-      EXPECT_EQ(::mprotect(m_mapping + PAGE, PAGE, PROT_NONE), 0);
-      m_text = m_mapping + PAGE - text.size() - 1;
+      EXPECT_EQ(::mprotect(m_mapping + page_size, page_size, PROT_NONE), 0);
+      m_text = m_mapping + page_size - text.size() - 1;
       std::memcpy(m_text, text.c_str(), text.size() + 1);
    }
-   ~TEXT_AT_THE_END_OF_A_PAGE() { ::munmap(m_mapping, 2 * PAGE); }
+   ~TEXT_AT_THE_END_OF_A_PAGE() { ::munmap(m_mapping, 2 * page_size); }
    TEXT_AT_THE_END_OF_A_PAGE(const TEXT_AT_THE_END_OF_A_PAGE&) = delete;
    TEXT_AT_THE_END_OF_A_PAGE& operator=(const TEXT_AT_THE_END_OF_A_PAGE&) = delete;
 
    const char* text() const { return m_text; }
 
 private:
-   static constexpr std::size_t PAGE = 4096;
+   static constexpr std::size_t page_size = 4096;
    char* m_mapping = nullptr;
    char* m_text = nullptr;
 };

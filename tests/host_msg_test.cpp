@@ -35,7 +35,7 @@ class HOST_MSG : public ::testing::Test {
 protected:
    HOST_MSG() { testing::FLAGS_gtest_death_test_style = "threadsafe"; }
 
-   ~HOST_MSG() override {
+   void TearDown() override {
       host_set_internal_error_handler(nullptr);
       host_set_debug_message_handler(nullptr);
    }
@@ -200,8 +200,8 @@ TEST_F(HOST_MSG_DEATH_TEST, names_in_utf_8_are_printed_as_they_are) {
 }
 
 TEST_F(HOST_MSG_DEATH_TEST, control_characters_and_broken_sequences_beyond_ascii_are_spelled_out) {
-   // In turn: a control character in UTF-8 and alone, a lead byte alone, cut off at the end of the text and before
-   // another character, overlong forms, a surrogate, a value beyond the last character, and bytes of no use at all.
+   // In turn: a control character in UTF-8 and alone, characters that are cut off, overlong forms, a surrogate, a
+   // value beyond the last character, bytes of no use at all, and a character cut off by the end of the text.
    EXPECT_EXIT(report_and_exit("\xc2\x9b|\x9b|\xe2\x82|\xc3(|\xc0\x80|\xe0\x80\x80|\xf0\x80\x80\x80|\xed\xa0\x80|"
                                "\xf4\x90\x80\x80|\xf8\xff|\xc3"),
                ExitedWithCode(0),

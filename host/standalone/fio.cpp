@@ -62,8 +62,8 @@ public:
          m_must_remove = false;
          return true;
       }
-      // Not every file system knows such a rename. A hard link replaces nothing either.
-      return errno != EEXIST && ::link(m_path.c_str(), target.c_str()) == 0;
+      // Not every file system knows such a rename. A second name for the file replaces nothing either.
+      return ::link(m_path.c_str(), target.c_str()) == 0;
    }
 
 private:

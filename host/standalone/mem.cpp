@@ -53,29 +53,29 @@
 
 namespace {
 
-constexpr std::size_t GRANULE_BYTES = 16;
-constexpr std::size_t PAGE_BYTES = 4096;
-constexpr std::size_t SPAN_BYTES = std::size_t{64} * 1024;
-constexpr std::size_t CHUNK_BYTES = std::size_t{2} * 1024 * 1024;
-constexpr std::size_t SPAN_COUNT = CHUNK_BYTES / SPAN_BYTES;
-constexpr std::uint32_t ALL_SPANS = 0xffffffff;
-constexpr std::size_t BITS_PER_WORD = 64;
-constexpr std::size_t BYTES_PER_WORD = BITS_PER_WORD * GRANULE_BYTES;
-constexpr std::size_t NOTES_BYTES = std::size_t{64} * 1024;
-constexpr std::size_t CHUNKS_WITH_ORDINARY_PAGES = 2;
-constexpr std::size_t CHUNKS_SEARCHED_FOR_A_ROW = 64;
+constexpr std::size_t granule_bytes = 16;
+constexpr std::size_t page_bytes = 4096;
+constexpr std::size_t span_bytes = std::size_t{64} * 1024;
+constexpr std::size_t chunk_bytes = std::size_t{2} * 1024 * 1024;
+constexpr std::size_t span_count = chunk_bytes / span_bytes;
+constexpr std::uint32_t all_spans = 0xffffffff;
+constexpr std::size_t bits_per_word = 64;
+constexpr std::size_t bytes_per_word = bits_per_word * granule_bytes;
+constexpr std::size_t notes_bytes = std::size_t{64} * 1024;
+constexpr std::size_t chunks_with_ordinary_pages = 2;
+constexpr std::size_t chunks_searched_for_a_row = 64;
 
 // Block sizes: the multiples of 16 up to 1 KiB, then four to a doubling, then fractions of a span.
-constexpr std::size_t LARGEST_FINE_BYTES = 1024;
-constexpr std::size_t FINE_BINS = LARGEST_FINE_BYTES / GRANULE_BYTES;
-constexpr std::array<std::size_t, 18> COARSE_BYTES = {1280, 1536, 1792, 2048, 2560,  3072,  3584,  4096,  5120,
+constexpr std::size_t largest_fine_bytes = 1024;
+constexpr std::size_t fine_bins = largest_fine_bytes / granule_bytes;
+constexpr std::array<std::size_t, 18> coarse_bytes = {1280, 1536, 1792, 2048, 2560,  3072,  3584,  4096,  5120,
                                                       6144, 7168, 8192, 9360, 10912, 13104, 16384, 21840, 32768};
-constexpr std::size_t LARGEST_BIN_BYTES = COARSE_BYTES.back();
-constexpr std::size_t LARGEST_ROW_BYTES = 16 * SPAN_BYTES;
+constexpr std::size_t largest_bin_bytes = coarse_bytes.back();
+constexpr std::size_t largest_row_bytes = 16 * span_bytes;
 // Asked for more, a tool that watches blocks ends the process instead of answering that there is no memory.
-constexpr std::size_t LARGEST_WATCHED_BYTES = std::size_t{1} << 39U;
-constexpr std::size_t LARGE_BIN = FINE_BINS + COARSE_BYTES.size(); // never has a window
-constexpr std::size_t BIN_COUNT = LARGE_BIN + 1;
+constexpr std::size_t largest_watched_bytes = std::size_t{1} << 39U;
+constexpr std::size_t large_bin = fine_bins + coarse_bytes.size(); // never has a window
+constexpr std::size_t bin_count = large_bin + 1;
 
 constexpr std::size_t round_up(std::size_t size, std::size_t unit) {
    return (size + unit - 1) / unit * unit;
@@ -108,7 +108,7 @@ struct OWNER {
    MEMORY_DOMAIN* m_domain;
    const char* m_type_name; ///< as the compiler spells it
    OWNER* m_next;
-   std::array<BIN, BIN_COUNT> m_bins;
+   std::array<BIN, bin_count> m_bins;
 };
 
 struct alignas(64) SPAN { // one cache line: all that a release looks at, but for the counters
@@ -131,14 +131,14 @@ struct CHUNK_LINK {
 struct CHUNK : CHUNK_LINK {
    std::size_t m_own_mapping_bytes; ///< not 0: the whole mapping is for one block
    std::uint32_t m_free_spans;      ///< one bit a span
-   std::array<std::uint32_t, SPAN_COUNT> m_live;
-   std::array<SPAN, SPAN_COUNT> m_spans;
-   std::array<std::uint64_t, CHUNK_BYTES / BYTES_PER_WORD> m_free_map;
+   std::array<std::uint32_t, span_count> m_live;
+   std::array<SPAN, span_count> m_spans;
+   std::array<std::uint64_t, chunk_bytes / bytes_per_word> m_free_map;
 };
-static_assert(sizeof(CHUNK) % GRANULE_BYTES == 0 && sizeof(CHUNK) < SPAN_BYTES);
+static_assert(sizeof(CHUNK) % granule_bytes == 0 && sizeof(CHUNK) < span_bytes);
 
 /// In front of each block when blocks come from the C library one by one.
-struct alignas(GRANULE_BYTES) WATCHED_HEADER {
+struct alignas(granule_bytes) WATCHED_HEADER {
    OWNER* m_owner;
    std::size_t m_block_bytes;
 };
@@ -166,22 +166,22 @@ char* map_pages(std::size_t bytes) {
    return mapping == MAP_FAILED ? nullptr : static_cast<char*>(mapping);
 }
 
-/// Maps pages at a multiple of CHUNK_BYTES. Null when there are none.
+/// Maps pages at a multiple of chunk_bytes. Null when there are none.
 char* map_aligned(std::size_t bytes) {
    char* mapping = map_pages(bytes);
-   std::size_t misfit = reinterpret_cast<std::uintptr_t>(mapping) % CHUNK_BYTES;
+   std::size_t misfit = reinterpret_cast<std::uintptr_t>(mapping) % chunk_bytes;
    if (mapping != nullptr && misfit != 0) {
       munmap(mapping, bytes);
-      mapping = map_pages(bytes + CHUNK_BYTES);
+      mapping = map_pages(bytes + chunk_bytes);
       if (mapping != nullptr) {
-         misfit = reinterpret_cast<std::uintptr_t>(mapping) % CHUNK_BYTES;
-         const std::size_t in_front = misfit == 0 ? 0 : CHUNK_BYTES - misfit;
+         misfit = reinterpret_cast<std::uintptr_t>(mapping) % chunk_bytes;
+         const std::size_t in_front = misfit == 0 ? 0 : chunk_bytes - misfit;
          if (in_front != 0) {
             munmap(mapping, in_front);
          }
          mapping += in_front;
-         if (in_front != CHUNK_BYTES) {
-            munmap(mapping + bytes, CHUNK_BYTES - in_front);
+         if (in_front != chunk_bytes) {
+            munmap(mapping + bytes, chunk_bytes - in_front);
          }
       }
    }
@@ -193,9 +193,9 @@ char* map_aligned(std::size_t bytes) {
 
 /// Memory for what is never released: zero bytes, or null.
 template <class T> T* new_note(std::size_t count = 1) {
-   const std::size_t bytes = round_up(count * sizeof(T), GRANULE_BYTES);
+   const std::size_t bytes = round_up(count * sizeof(T), granule_bytes);
    if (static_cast<std::size_t>(notes_end - notes_begin) < bytes) {
-      const std::size_t mapped = std::max(NOTES_BYTES, round_up(bytes, PAGE_BYTES));
+      const std::size_t mapped = std::max(notes_bytes, round_up(bytes, page_bytes));
       char* mapping = map_pages(mapped);
       if (mapping == nullptr) {
          return nullptr;
@@ -292,7 +292,7 @@ inline void count_release(OWNER& owner, std::size_t bytes) {
 // Chunks and their spans
 
 inline CHUNK& chunk_of(const void* address) {
-   const std::size_t offset = reinterpret_cast<std::uintptr_t>(address) % CHUNK_BYTES;
+   const std::size_t offset = reinterpret_cast<std::uintptr_t>(address) % chunk_bytes;
    char* begin = const_cast<char*>(static_cast<const char*>(address)) - offset;
    return *static_cast<CHUNK*>(static_cast<void*>(begin));
 }
@@ -331,7 +331,7 @@ void mark_spans_taken(CHUNK& chunk, std::uint32_t spans) {
 
 /// Takes the spans without live blocks, in which bins have their windows, away from these.
 void take_back_windows(CHUNK& chunk) {
-   for (std::size_t index = 0; index < SPAN_COUNT; ++index) {
+   for (std::size_t index = 0; index < span_count; ++index) {
       SPAN& span = chunk.m_spans[index];
       const std::uint32_t bit = std::uint32_t{1} << index;
       if ((chunk.m_free_spans & bit) == 0 && chunk.m_live[index] == 0 && span.m_bin != nullptr) {
@@ -346,8 +346,8 @@ void give_back_chunk(CHUNK& chunk) {
    take_back_windows(chunk);
    CHUNK_LINK* previous = chunk.m_previous;
    unlink_chunk(chunk);
-   if (munmap(&chunk, CHUNK_BYTES) == 0) {
-      reserved_bytes -= CHUNK_BYTES;
+   if (munmap(&chunk, chunk_bytes) == 0) {
+      reserved_bytes -= chunk_bytes;
       --chunk_count;
    } else {
       // A mapping in the middle of others cannot be returned when the process has as many mappings as it may
@@ -366,23 +366,22 @@ void chunk_became_idle(CHUNK& chunk) {
 }
 
 CHUNK* new_chunk() {
-   char* mapping = map_aligned(CHUNK_BYTES);
+   char* mapping = map_aligned(chunk_bytes);
    if (mapping == nullptr) {
       return nullptr;
    }
-   if (chunk_count >= CHUNKS_WITH_ORDINARY_PAGES) {
-      madvise(mapping, CHUNK_BYTES, MADV_HUGEPAGE); // a system without huge pages serves as well
-   }
+   // Advice that a system without huge pages does not take.
+   madvise(mapping, chunk_bytes, chunk_count < chunks_with_ordinary_pages ? MADV_NOHUGEPAGE : MADV_HUGEPAGE);
    ++chunk_count;
    CHUNK& chunk = chunk_of(mapping);
-   chunk.m_free_spans = ALL_SPANS;
+   chunk.m_free_spans = all_spans;
    link_chunk_behind(chunks, chunk);
    return &chunk;
 }
 
 /// Which spans of a chunk may serve: any for the blocks of a bin; but the first, cut short by the chunk's
 /// description, is too small for a block that takes a whole one.
-enum class SPANS : std::uint32_t { ANY = ALL_SPANS, WHOLE = ALL_SPANS - 1 };
+enum class SPANS : std::uint32_t { ANY = all_spans, WHOLE = all_spans - 1 };
 
 /// Has a bit for each span at which so many free ones in a row begin.
 std::uint32_t find_rows(const CHUNK& chunk, std::size_t count, SPANS spans) {
@@ -402,14 +401,14 @@ SPAN* take_row_of(CHUNK& chunk, std::size_t count, SPANS spans) {
    mark_spans_taken(chunk, static_cast<std::uint32_t>(((std::uint64_t{1} << count) - 1) << index));
    SPAN& span = chunk.m_spans[index];
    char* base = static_cast<char*>(static_cast<void*>(&chunk));
-   span.m_begin = base + (index == 0 ? sizeof(CHUNK) : index * SPAN_BYTES);
-   span.m_end = base + (index + count) * SPAN_BYTES;
+   span.m_begin = base + (index == 0 ? sizeof(CHUNK) : index * span_bytes);
+   span.m_end = base + (index + count) * span_bytes;
    return &span;
 }
 
 SPAN* take_row_of_present_chunks(std::size_t count, SPANS spans) {
    CHUNK_LINK* link = chunks.m_next;
-   for (std::size_t searched = 0; searched < CHUNKS_SEARCHED_FOR_A_ROW && link != &chunks; ++searched) {
+   for (std::size_t searched = 0; searched < chunks_searched_for_a_row && link != &chunks; ++searched) {
       SPAN* span = take_row_of(static_cast<CHUNK&>(*link), count, spans);
       if (span != nullptr) {
          return span;
@@ -446,24 +445,24 @@ SPAN* take_row(std::size_t count, SPANS spans) {
    }
    BIN& bin = *span.m_bin;
    if (bin.m_window_begin != span.m_begin || bin.m_window_end != span.m_end) {
-      const auto words = chunk.m_free_map.begin();
+      auto* const words = chunk.m_free_map.data();
       const auto base = reinterpret_cast<std::uintptr_t>(&chunk);
       const std::size_t begin = reinterpret_cast<std::uintptr_t>(span.m_begin) - base;
       const std::size_t end = reinterpret_cast<std::uintptr_t>(span.m_end) - base;
-      std::fill(words + begin / BYTES_PER_WORD, words + round_up(end, BYTES_PER_WORD) / BYTES_PER_WORD, 0);
+      std::fill(words + begin / bytes_per_word, words + round_up(end, bytes_per_word) / bytes_per_word, 0);
    }
    if (bin.m_span == &span) {
       bin.m_window_begin = span.m_begin;
       bin.m_window_end = span.m_end;
    } else {
-      if (&bin != &span.m_owner->m_bins[LARGE_BIN]) {
+      if (&bin != &span.m_owner->m_bins[large_bin]) {
          (span.m_previous != nullptr ? span.m_previous->m_next : bin.m_spans_with_gap) = span.m_next;
          if (span.m_next != nullptr) {
             span.m_next->m_previous = span.m_previous;
          }
       }
       const auto index = static_cast<std::size_t>(&span - chunk.m_spans.data());
-      const std::size_t count = span.m_block_bytes > SPAN_BYTES ? span.m_block_bytes / SPAN_BYTES : 1;
+      const std::size_t count = span.m_block_bytes > span_bytes ? span.m_block_bytes / span_bytes : 1;
       span.m_bin = nullptr;
       mark_spans_free(chunk, static_cast<std::uint32_t>(((std::uint64_t{1} << count) - 1) << index));
    }
@@ -479,9 +478,9 @@ SPAN* take_row(std::size_t count, SPANS spans) {
 bool find_window(BIN& bin, SPAN& span) {
    CHUNK& chunk = chunk_of(&span);
    char* base = static_cast<char*>(static_cast<void*>(&chunk));
-   std::size_t word = static_cast<std::size_t>(span.m_begin - base) / BYTES_PER_WORD;
+   std::size_t word = static_cast<std::size_t>(span.m_begin - base) / bytes_per_word;
    const std::size_t end_word =
-       round_up(static_cast<std::size_t>(span.m_end - base), BYTES_PER_WORD) / BYTES_PER_WORD;
+       round_up(static_cast<std::size_t>(span.m_end - base), bytes_per_word) / bytes_per_word;
    while (word != end_word && chunk.m_free_map[word] == 0) {
       ++word;
    }
@@ -489,12 +488,12 @@ bool find_window(BIN& bin, SPAN& span) {
       return false;
    }
    const auto bit = static_cast<std::size_t>(std::countr_zero(chunk.m_free_map[word]));
-   const std::size_t begin = word * BYTES_PER_WORD + bit * GRANULE_BYTES;
+   const std::size_t begin = word * bytes_per_word + bit * granule_bytes;
    const auto limit = static_cast<std::size_t>(span.m_end - base);
    std::size_t end = begin;
    while (end < limit) {
-      const std::uint64_t mask = std::uint64_t{1} << (end / GRANULE_BYTES % BITS_PER_WORD);
-      std::uint64_t& bits = chunk.m_free_map[end / BYTES_PER_WORD];
+      const std::uint64_t mask = std::uint64_t{1} << (end / granule_bytes % bits_per_word);
+      std::uint64_t& bits = chunk.m_free_map[end / bytes_per_word];
       if ((bits & mask) == 0) {
          break;
       }
@@ -574,10 +573,10 @@ void* allocate_small(OWNER& owner, std::size_t bin_index, std::size_t bytes) {
 
 void* allocate_large(OWNER& owner, std::size_t size) {
    SPAN* span = nullptr;
-   if (size <= LARGEST_ROW_BYTES) {
-      span = take_row(round_up(size, SPAN_BYTES) / SPAN_BYTES, SPANS::WHOLE);
-   } else if (size <= PTRDIFF_MAX - 2 * CHUNK_BYTES) {
-      const std::size_t bytes = round_up(size + sizeof(CHUNK), PAGE_BYTES);
+   if (size <= largest_row_bytes) {
+      span = take_row(round_up(size, span_bytes) / span_bytes, SPANS::WHOLE);
+   } else if (size <= PTRDIFF_MAX - 2 * chunk_bytes) {
+      const std::size_t bytes = round_up(size + sizeof(CHUNK), page_bytes);
       char* mapping = map_aligned(bytes);
       if (mapping != nullptr) {
          madvise(mapping, bytes, MADV_HUGEPAGE);
@@ -592,7 +591,7 @@ void* allocate_large(OWNER& owner, std::size_t size) {
       throw std::bad_alloc();
    }
    span->m_owner = &owner;
-   span->m_bin = &owner.m_bins[LARGE_BIN];
+   span->m_bin = &owner.m_bins[large_bin];
    span->m_block_bytes = static_cast<std::size_t>(span->m_end - span->m_begin);
    span->m_bin_has_it = true;
    CHUNK& chunk = chunk_of(span);
@@ -602,7 +601,7 @@ void* allocate_large(OWNER& owner, std::size_t size) {
 }
 
 void* allocate_watched(OWNER& owner, std::size_t size) {
-   if (size > LARGEST_WATCHED_BYTES) {
+   if (size > largest_watched_bytes) {
       throw std::bad_alloc();
    }
    auto* header = static_cast<WATCHED_HEADER*>(std::malloc(sizeof(WATCHED_HEADER) + size));
@@ -610,7 +609,7 @@ void* allocate_watched(OWNER& owner, std::size_t size) {
       throw std::bad_alloc();
    }
    header->m_owner = &owner;
-   header->m_block_bytes = round_up(size, GRANULE_BYTES);
+   header->m_block_bytes = round_up(size, granule_bytes);
    count_allocation(owner, header->m_block_bytes);
    reserved_bytes += sizeof(WATCHED_HEADER) + header->m_block_bytes;
 #ifdef MEM_ADDRESS_SANITIZER
@@ -652,12 +651,12 @@ SOURCE choose_source() {
    if (source == SOURCE::C_LIBRARY) {
       return allocate_watched(owner, wanted);
    }
-   if (wanted <= LARGEST_FINE_BYTES) {
-      return allocate_small(owner, (wanted - 1) / GRANULE_BYTES, round_up(wanted, GRANULE_BYTES));
+   if (wanted <= largest_fine_bytes) {
+      return allocate_small(owner, (wanted - 1) / granule_bytes, round_up(wanted, granule_bytes));
    }
-   if (wanted <= LARGEST_BIN_BYTES) {
-      const auto* bytes = std::lower_bound(COARSE_BYTES.begin(), COARSE_BYTES.end(), wanted);
-      return allocate_small(owner, FINE_BINS + static_cast<std::size_t>(bytes - COARSE_BYTES.begin()), *bytes);
+   if (wanted <= largest_bin_bytes) {
+      const auto* bytes = std::lower_bound(coarse_bytes.begin(), coarse_bytes.end(), wanted);
+      return allocate_small(owner, fine_bins + static_cast<std::size_t>(bytes - coarse_bytes.begin()), *bytes);
    }
    return allocate_large(owner, wanted);
 }
@@ -696,14 +695,14 @@ MEM_INITIALIZER::~MEM_INITIALIZER() {
 
 void* MEM_MANAGER::new_wrapper(std::size_t size, MEM_TRACKER* tracker, const char* /*file*/) {
    OWNER* owner = tracker == nullptr ? &nobody : static_cast<OWNER*>(tracker->m_manager_note);
-   if (owner == nullptr || size - 1 >= LARGEST_FINE_BYTES) [[unlikely]] {
+   if (owner == nullptr || size - 1 >= largest_fine_bytes) [[unlikely]] {
       return allocate_slowly(size, tracker);
    }
-   BIN& bin = owner->m_bins[(size - 1) / GRANULE_BYTES];
+   BIN& bin = owner->m_bins[(size - 1) / granule_bytes];
    if (bin.m_window_begin == bin.m_window_end) [[unlikely]] {
       return allocate_slowly(size, tracker);
    }
-   return take_block(*owner, bin, round_up(size, GRANULE_BYTES));
+   return take_block(*owner, bin, round_up(size, granule_bytes));
 }
 
 void MEM_MANAGER::delete_wrapper(void* block, const char* /*domain*/) {
@@ -715,15 +714,15 @@ void MEM_MANAGER::delete_wrapper(void* block, const char* /*domain*/) {
       return;
    }
    CHUNK& chunk = chunk_of(block);
-   const std::size_t offset = reinterpret_cast<std::uintptr_t>(block) % CHUNK_BYTES;
-   const std::size_t index = offset / SPAN_BYTES;
+   const std::size_t offset = reinterpret_cast<std::uintptr_t>(block) % chunk_bytes;
+   const std::size_t index = offset / span_bytes;
    SPAN& span = chunk.m_spans[index];
    BIN& bin = *span.m_bin;
    count_release(*span.m_owner, span.m_block_bytes);
    if (static_cast<char*>(block) + span.m_block_bytes == bin.m_window_begin && bin.m_span == &span) {
       bin.m_window_begin = static_cast<char*>(block);
    } else {
-      chunk.m_free_map[offset / BYTES_PER_WORD] |= std::uint64_t{1} << (offset / GRANULE_BYTES % BITS_PER_WORD);
+      chunk.m_free_map[offset / bytes_per_word] |= std::uint64_t{1} << (offset / granule_bytes % bits_per_word);
       if (!span.m_bin_has_it) [[unlikely]] {
          list_span_with_gap(bin, span);
       }

@@ -54,7 +54,7 @@ private:
    std::size_t m_count = 0;
 };
 
-constexpr std::size_t STEP = 64;
+constexpr std::size_t step = 64;
 
 #ifdef __SSE2__
 
@@ -74,7 +74,7 @@ std::uint64_t equal_bytes(const char* bytes, char wanted) {
 
 std::uint64_t equal_bytes(const char* bytes, char wanted) {
    std::uint64_t found = 0;
-   for (std::size_t index = 0; index < STEP; ++index) {
+   for (std::size_t index = 0; index < step; ++index) {
       found |= static_cast<std::uint64_t>(bytes[index] == wanted) << index;
    }
    return found;
@@ -90,7 +90,7 @@ template <class ACTION> void for_each_place(std::string_view text, char wanted, 
       }
    };
    std::size_t base = 0;
-   for (; text.size() - base >= STEP; base += STEP) {
+   for (; text.size() - base >= step; base += step) {
       take_places(equal_bytes(text.data() + base, wanted), base);
    }
    const std::size_t left = text.size() - base;
@@ -98,10 +98,10 @@ template <class ACTION> void for_each_place(std::string_view text, char wanted, 
       return;
    }
    if (base != 0) {
-      take_places(equal_bytes(text.data() + text.size() - STEP, wanted) >> (STEP - left), base);
+      take_places(equal_bytes(text.data() + text.size() - step, wanted) >> (step - left), base);
       return;
    }
-   std::array<char, STEP> padded = {};
+   std::array<char, step> padded = {};
    std::memcpy(padded.data(), text.data(), left);
    take_places(equal_bytes(padded.data(), wanted) & ((std::uint64_t{1} << left) - 1), 0);
 }

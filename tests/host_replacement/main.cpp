@@ -194,7 +194,7 @@ struct SERVICE {
    bool (*m_is_foreign)();
 };
 
-constexpr std::array<SERVICE, 8> SERVICES = {{
+constexpr std::array<SERVICE, 8> services = {{
     {"msg", is_msg_foreign},
     {"cfg", is_cfg_foreign},
     {"gen", is_gen_foreign},
@@ -223,7 +223,7 @@ int main(int argc, char** argv) {
    }
    ::setenv("LOGDB_DEBUG", "1", 1);
    int foreign_services = 0;
-   for (const SERVICE& service : SERVICES) {
+   for (const SERVICE& service : services) {
       const bool is_named = std::strcmp(service.m_name, argv[1]) == 0;
       if (service.m_is_foreign() != is_named) {
          std::fprintf(stderr, "%s: the %s service was seen\n", service.m_name,
