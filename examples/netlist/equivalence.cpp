@@ -37,8 +37,8 @@ public:
       m_changed.randomize_state(seed);
    }
 
-   /// Some inputs rest, some are mostly 0 or mostly 1, the others change all the time: a random reset that ends in
-   /// every second clock would hide the rest of the design.
+   /// Some inputs rest, some are mostly 0 or mostly 1, the others change all the time: a random reset that
+   /// ends in every second clock would hide the rest of the design.
    void choose_activity(std::mt19937_64& bits) {
       m_activity.clear();
       for (std::size_t input = 0; input < m_inputs.size(); ++input) {

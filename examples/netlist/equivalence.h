@@ -17,8 +17,8 @@ struct EQUIVALENCE {
    int m_clocks = 0;
 };
 
-/// Runs both from power-up and from random states, with equal random inputs, and compares all output pins and all
-/// registers that both have, clock by clock.
+/// Runs both from power-up and from random states, with equal random inputs, and compares all output pins and
+/// all registers that both have, clock by clock.
 ///
 /// \param starts  states to start from, the first being that after power-up
 /// \param clocks  clocks for each

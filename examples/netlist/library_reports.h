@@ -7,8 +7,8 @@
 #include "host_standalone.h"
 
 /// \file
-/// What the library reports while a stage runs. The library goes on after a report; a stage that wants to stop
-/// must collect the reports and look.
+/// What the library reports while a stage runs. The library goes on after a report; a stage that wants to
+/// stop must collect the reports and look.
 
 /// Collects internal errors while it lives, instead of having them printed.
 class LIBRARY_REPORTS {

@@ -12,8 +12,8 @@
 #include "ports.h"
 
 /// \file
-/// A netlist after mapping: atoms (LUTs, registers, RAMs, multipliers, pins, clock buffers) whose terminals are
-/// connected by nets. Names are full hierarchical names, their levels separated by "|".
+/// A netlist after mapping: atoms (LUTs, registers, RAMs, multipliers, pins, clock buffers) whose terminals
+/// are connected by nets. Names are full hierarchical names, their levels separated by "|".
 
 struct ATOM;
 struct NET;
@@ -39,8 +39,8 @@ struct ATOM {
    std::string m_name;
    ATOM_KIND m_kind = ATOM_KIND::LUT;
 
-   /// The function of a LUT: bit i is the output for the input value i, input 0 being bit 0 of it. It has all 64
-   /// bits whatever the number of inputs, and does not depend on those that are missing or open.
+   /// The function of a LUT: bit i is the output for the input value i, input 0 being bit 0 of it. It has all
+   /// 64 bits whatever the number of inputs, and does not depend on those that are missing or open.
    std::uint64_t m_lut_mask = 0;
 
    std::vector<INPUT_TERMINAL> m_inputs;
@@ -75,8 +75,8 @@ struct NET {
    std::vector<SINK> m_sinks;
 };
 
-/// Owns atoms and nets; pointers to them stay good until they are removed. All names are unique in their list.
-/// What cannot be done is thrown as a NETLIST_ERROR, and then nothing has changed.
+/// Owns atoms and nets; pointers to them stay good until they are removed. All names are unique in their
+/// list. What cannot be done is thrown as a NETLIST_ERROR, and then nothing has changed.
 class NETLIST {
 public:
    using ATOMS = std::map<std::string, ATOM, std::less<>>;

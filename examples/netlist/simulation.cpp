@@ -4,6 +4,7 @@
 #include <random>
 
 #include "evaluation_order.h"
+#include "lut_mask.h"
 
 namespace {
 
@@ -48,11 +49,13 @@ std::int64_t signed_operand(std::uint64_t bits) {
 
 } // namespace
 
-SIMULATION::SIMULATION(const NETLIST& netlist)
-    : m_order(evaluation_order(netlist)), m_values(netlist.net_numbers(), 0) {
+SIMULATION::SIMULATION(const NETLIST& netlist) : m_values(netlist.net_numbers() + 1, 0) {
+   for (const ATOM* atom : evaluation_order(netlist)) {
+      m_steps.push_back(make_step(*atom));
+   }
    for (const auto& [name, atom] : netlist.atoms()) {
       if (atom.m_kind == ATOM_KIND::REGISTER) {
-         m_registers.push_back({&atom, enables_on_clock(atom, REGISTER_CLOCK)});
+         m_registers.push_back(make_register(atom));
       } else if (atom.m_kind == ATOM_KIND::RAM) {
          m_rams.push_back(
              {&atom, enables_on_clock(atom, RAM_WRITE_CLOCK), enables_on_clock(atom, RAM_READ_CLOCK), {}, 0});
@@ -61,6 +64,38 @@ SIMULATION::SIMULATION(const NETLIST& netlist)
          m_pins[atom.output_net()->m_name] = atom.output_net();
       }
    }
+}
+
+SIMULATION::STEP SIMULATION::make_step(const ATOM& atom) const {
+   STEP step;
+   step.m_atom = &atom;
+   step.m_lut_mask = atom.m_lut_mask;
+   step.m_inputs.fill(m_values.size() - 1);
+   if (atom.m_kind != ATOM_KIND::LUT) {
+      return step;
+   }
+   for (const INPUT_TERMINAL& input : atom.m_inputs) {
+      if (input.m_net != nullptr) {
+         step.m_inputs.at(static_cast<std::size_t>(input.m_index)) = input.m_net->m_number;
+      }
+      if (input.m_inverted) {
+         step.m_lut_mask = with_input_inverted(step.m_lut_mask, input.m_index);
+      }
+   }
+   step.m_output = atom.output_net()->m_number;
+   return step;
+}
+
+SIMULATION::REGISTER_STATE SIMULATION::make_register(const ATOM& atom) {
+   REGISTER_STATE state;
+   state.m_atom = &atom;
+   state.m_data = atom.find_input(REGISTER_DATA);
+   state.m_clock = atom.find_input(REGISTER_CLOCK);
+   state.m_enable = atom.find_input(REGISTER_ENABLE);
+   state.m_clear = atom.find_input(REGISTER_CLEAR);
+   state.m_output = atom.output_net();
+   state.m_clock_enables = enables_on_clock(atom, REGISTER_CLOCK);
+   return state;
 }
 
 /// The contents are one number, four digits a word, the word at address 0 at its end.
@@ -103,8 +138,8 @@ void SIMULATION::settle() {
       set_outputs(*ram.m_atom, ram.m_read_word);
    }
    do {
-      for (const ATOM* atom : m_order) {
-         evaluate(*atom);
+      for (const STEP& step : m_steps) {
+         evaluate(step);
       }
    } while (clear_registers());
 }
@@ -143,9 +178,12 @@ void SIMULATION::set_outputs(const ATOM& atom, std::uint64_t bits) {
    }
 }
 
+bool SIMULATION::value_or(const INPUT_TERMINAL* input, bool value_without) const {
+   return input == nullptr ? value_without : value(*input);
+}
+
 bool SIMULATION::value_at(const ATOM& atom, int type) const {
-   const INPUT_TERMINAL* input = atom.find_input(type);
-   return input == nullptr ? value_when_open(type) : value(*input);
+   return value_or(atom.find_input(type), value_when_open(type));
 }
 
 std::uint64_t SIMULATION::bits_at(const ATOM& atom, int type, int width) const {
@@ -167,19 +205,24 @@ bool SIMULATION::all_on(const std::vector<const INPUT_TERMINAL*>& enables) const
    return true;
 }
 
-void SIMULATION::evaluate(const ATOM& atom) {
-   switch (atom.m_kind) {
-   case ATOM_KIND::LUT:
-      set_outputs(atom, (atom.m_lut_mask >> bits_at(atom, LUT_INPUT, LUT_INPUTS)) & 1U);
+void SIMULATION::evaluate(const STEP& step) {
+   switch (step.m_atom->m_kind) {
+   case ATOM_KIND::LUT: {
+      unsigned input_value = 0;
+      for (unsigned input = 0; input < LUT_INPUTS; ++input) {
+         input_value |= static_cast<unsigned>(m_values[step.m_inputs[input]]) << input;
+      }
+      m_values[step.m_output] = static_cast<char>((step.m_lut_mask >> input_value) & 1U);
       break;
+   }
    case ATOM_KIND::MULTIPLIER: {
-      const std::int64_t a = signed_operand(bits_at(atom, MULTIPLIER_A, MULTIPLIER_OPERAND_BITS));
-      const std::int64_t b = signed_operand(bits_at(atom, MULTIPLIER_B, MULTIPLIER_OPERAND_BITS));
-      set_outputs(atom, static_cast<std::uint64_t>(a * b));
+      const std::int64_t a = signed_operand(bits_at(*step.m_atom, MULTIPLIER_A, MULTIPLIER_OPERAND_BITS));
+      const std::int64_t b = signed_operand(bits_at(*step.m_atom, MULTIPLIER_B, MULTIPLIER_OPERAND_BITS));
+      set_outputs(*step.m_atom, static_cast<std::uint64_t>(a * b));
       break;
    }
    default: // a clock buffer; its enable acts on the clocks, not on the value
-      set_outputs(atom, value_at(atom, BUFFER_INPUT) ? 1 : 0);
+      set_outputs(*step.m_atom, value_at(*step.m_atom, BUFFER_INPUT) ? 1 : 0);
       break;
    }
 }
@@ -188,9 +231,9 @@ void SIMULATION::evaluate(const ATOM& atom) {
 bool SIMULATION::clear_registers() {
    bool changed = false;
    for (const REGISTER_STATE& state : m_registers) {
-      const NET* net = state.m_atom->output_net();
-      if (net != nullptr && value(*net) && value_at(*state.m_atom, REGISTER_CLEAR)) {
-         set_net(net, false);
+      if (state.m_clear != nullptr && state.m_output != nullptr && value(*state.m_output) &&
+          value(*state.m_clear)) {
+         set_net(state.m_output, false);
          changed = true;
       }
    }
@@ -198,12 +241,12 @@ bool SIMULATION::clear_registers() {
 }
 
 bool SIMULATION::next_value(const REGISTER_STATE& state) const {
-   const ATOM& atom = *state.m_atom;
-   if (value_at(atom, REGISTER_CLEAR) || atom.output_net() == nullptr) {
+   if (state.m_output == nullptr || value_or(state.m_clear, false)) {
       return false;
    }
-   const bool clocked = atom.input_net(REGISTER_CLOCK) != nullptr && all_on(state.m_clock_enables);
-   return clocked && value_at(atom, REGISTER_ENABLE) ? value_at(atom, REGISTER_DATA) : value(*atom.output_net());
+   const bool has_clock = state.m_clock != nullptr && state.m_clock->m_net != nullptr;
+   const bool takes_data = has_clock && all_on(state.m_clock_enables) && value_or(state.m_enable, true);
+   return takes_data ? value_or(state.m_data, false) : value(*state.m_output);
 }
 
 /// A word that is read in the clock in which it is written is the old one.

@@ -11,8 +11,8 @@
 #include "netlist.h"
 
 /// \file
-/// Runs a netlist clock by clock. All registers and RAMs take part in each clock, unless a clock buffer with an
-/// enable holds them back; a clear acts at once.
+/// Runs a netlist clock by clock. All registers and RAMs take part in each clock, unless a clock buffer with
+/// an enable holds them back; a clear acts at once.
 
 /// A netlist with values. The netlist must stay as it is meanwhile.
 class SIMULATION {
@@ -44,8 +44,22 @@ public:
 private:
    using WORDS = std::array<std::uint16_t, RAM_WORDS>;
 
+   /// What one combinational atom computes. LUTs are most of them, and are laid out flat.
+   struct STEP {
+      const ATOM* m_atom = nullptr;
+      std::uint64_t m_lut_mask = 0;
+      std::array<std::size_t, LUT_INPUTS> m_inputs{}; ///< numbers of nets
+      std::size_t m_output = 0;
+   };
+
+   /// Inputs that a register does not have are null.
    struct REGISTER_STATE {
       const ATOM* m_atom = nullptr;
+      const INPUT_TERMINAL* m_data = nullptr;
+      const INPUT_TERMINAL* m_clock = nullptr;
+      const INPUT_TERMINAL* m_enable = nullptr;
+      const INPUT_TERMINAL* m_clear = nullptr;
+      const NET* m_output = nullptr;                      ///< null for a register that is not finished yet
       std::vector<const INPUT_TERMINAL*> m_clock_enables; ///< of the buffers on its clock
    };
 
@@ -57,22 +71,25 @@ private:
       std::uint16_t m_read_word = 0;
    };
 
+   STEP make_step(const ATOM& atom) const;
+   static REGISTER_STATE make_register(const ATOM& atom);
    void load_contents(RAM_STATE& ram) const;
    void set_net(const NET* net, bool value);
    void set_outputs(const ATOM& atom, std::uint64_t bits);
+   bool value_or(const INPUT_TERMINAL* input, bool value_without) const;
    bool value_at(const ATOM& atom, int type) const;
    std::uint64_t bits_at(const ATOM& atom, int type, int width) const;
    bool all_on(const std::vector<const INPUT_TERMINAL*>& enables) const;
-   void evaluate(const ATOM& atom);
+   void evaluate(const STEP& step);
    bool clear_registers();
    bool next_value(const REGISTER_STATE& state) const;
    void clock_ram(RAM_STATE& ram) const;
 
-   std::vector<const ATOM*> m_order;
+   std::vector<STEP> m_steps;
    std::vector<REGISTER_STATE> m_registers;
    std::vector<RAM_STATE> m_rams;
    std::map<std::string, const NET*, std::less<>> m_pins;
-   std::vector<char> m_values; ///< by the number of the net
+   std::vector<char> m_values; ///< by the number of the net; the last one is 0 for what is open
 };
 
 #endif

@@ -18,8 +18,8 @@ struct CONNECTION {
    const NET* m_net = nullptr;
 };
 
-/// The only way in which the optimiser changes its netlist: each operation makes a record, carries it out with
-/// apply_record(), as a replay will, and writes it. What is not in the log cannot have happened.
+/// The only way in which the optimiser changes its netlist: each operation makes a record, carries it out
+/// with apply_record(), as a replay will, and writes it. What is not in the log cannot have happened.
 class CHANGE_LOG {
 public:
    /// Begins a log; a file of that name is replaced.
@@ -46,8 +46,8 @@ public:
    /// A new function together with the connections for which it is meant.
    void change_lut(const ATOM& lut, std::uint64_t mask, const std::vector<CONNECTION>& connections);
 
-   /// Connects inputs of one LUT, register, RAM or output pin. Those of other atoms cannot be rewired: there is
-   /// no record for it.
+   /// Connects inputs of one LUT, register, RAM or output pin. Those of other atoms cannot be rewired: there
+   /// is no record for it.
    void connect(const ATOM& atom, const std::vector<CONNECTION>& connections);
    static bool can_connect(const ATOM& atom);
 

@@ -19,8 +19,8 @@ std::set<const ATOM*> everything_in_front(std::vector<const ATOM*> atoms) {
    return found;
 }
 
-/// The dangling atoms that can only go together with the first: those behind it, which read it directly or over
-/// others. Nothing else reads a dangling atom, or it would not dangle.
+/// The dangling atoms that can only go together with the first: those behind it, which read it directly or
+/// over others. Nothing else reads a dangling atom, or it would not dangle.
 std::vector<const ATOM*> cone_behind(const ATOM* first) {
    std::set<const ATOM*> seen = {first};
    std::vector<const ATOM*> cone = {first};

@@ -21,8 +21,13 @@ std::uintmax_t common_bytes(const std::string& left, const std::string& right) {
 
 WHOLE_RECORDS read_whole_records(const std::string& file_name, const std::string& whole_file_name) {
    const std::string text = read_text_file(file_name);
+   std::error_code no_such_file;
+   if (std::filesystem::equivalent(file_name, whole_file_name, no_such_file)) {
+      throw NETLIST_ERROR("the whole records need a file of their own");
+   }
    write_text_file(whole_file_name, "");
-   // A keyword that was cut short is reported as an unknown word. It will be found below, like any other damage.
+   // A keyword that was cut short is reported as an unknown word. It will be found below, like any other
+   // damage.
    const LIBRARY_REPORTS reports;
    LOGDB_FSYN_LOG_FILE log(file_name.c_str());
    LOGDB_FSYN_LOG_FILE whole_log(whole_file_name.c_str());

@@ -24,14 +24,15 @@ bool simplify_luts(CHANGE_LOG& log, ACHIEVEMENTS& done);
 /// Leads readers of LUTs that are plain wires to what drives the wire. Whether there were any.
 bool bypass_wires(CHANGE_LOG& log, ACHIEVEMENTS& done);
 
-/// Pushes inverters into what they feed: into the function of a LUT, or into an input that can invert. Whether there
-/// were any.
+/// Pushes inverters into what they feed: into the function of a LUT, or into an input that can invert.
+/// Whether there were any.
 bool absorb_inverters(CHANGE_LOG& log, ACHIEVEMENTS& done);
 
 /// Deletes atoms from which no path leads to an output pin.
 void sweep_dangling(CHANGE_LOG& log, ACHIEVEMENTS& done);
 
-/// Settles the width and the clock line of the ports of RAMs; data that is written and never read is taken off.
+/// Settles the width and the clock line of the ports of RAMs; data that is written and never read is taken
+/// off.
 void settle_rams(CHANGE_LOG& log, ACHIEVEMENTS& done);
 
 /// @}

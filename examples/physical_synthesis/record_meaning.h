@@ -5,8 +5,9 @@
 #include "netlist.h"
 
 /// \file
-/// What the records of the physical-synthesis log mean to this stage. The library stores records and never asks; the
-/// stage that writes a log and the stage that replays it must agree, and here they share one function.
+/// What the records of the physical-synthesis log mean to this stage. The library stores records and never
+/// asks; the stage that writes a log and the stage that replays it must agree, and here they share one
+/// function.
 ///
 /// | record                              | what it does to the netlist                                           |
 /// |-------------------------------------|-----------------------------------------------------------------------|
@@ -46,9 +47,9 @@ enum BUFFER_MOVES : int { MOVES_CLOCKS = 1, MOVES_CLEARS = 2, MOVES_NOTHING = 4 
 /// \throw NETLIST_ERROR  the record does not fit the netlist, or is of a kind that this stage does not write
 void apply_record(const LOGDB_FSYN_LOG_ENTRY& record, NETLIST& netlist);
 
-/// Whether a record waits for another to complete the change: a new function or inversion makes sense only together
-/// with the new connections, which follow in an ADD_REMOVE_CONNECTION record of the same atom. A netlist is as
-/// good as the original after each record that leaves nothing waiting.
+/// Whether a record waits for another to complete the change: a new function or inversion makes sense only
+/// together with the new connections, which follow in an ADD_REMOVE_CONNECTION record of the same atom. A
+/// netlist is as good as the original after each record that leaves nothing waiting.
 bool waits_for_connections(const LOGDB_FSYN_LOG_ENTRY& record);
 
 /// Whether a record is an ADD_REMOVE_CONNECTION.

@@ -44,8 +44,8 @@ struct MULTIPLIER_DECISION {
    std::string m_multiplier;
 };
 
-/// All of them, in the order in which they were taken. Later ones build on earlier ones: multipliers come before
-/// registers, and a register that others follow comes before these.
+/// All of them, in the order in which they were taken. Later ones build on earlier ones: multipliers come
+/// before registers, and a register that others follow comes before these.
 struct DECISIONS {
    std::vector<MULTIPLIER_DECISION> m_multipliers;
    std::vector<RAM_DECISION> m_rams;

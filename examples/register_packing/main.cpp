@@ -3,8 +3,8 @@
 //    register_packing pack NETLIST      decides, and commits what it decided
 //    register_packing repeat NETLIST    loads what was decided, and does the same without searching
 //
-// With --partition, one block of the hierarchy is packed by itself. Its entries go into a file of its own with
-// names relative to the block, so that they can be repeated wherever else the block stands.
+// With --partition, one block of the hierarchy is packed by itself. Its entries go into a file of its own
+// with names relative to the block, so that they can be repeated wherever else the block stands.
 
 #include <CLI/CLI.hpp>
 
@@ -56,15 +56,20 @@ public:
       return {name.data(), name.size()};
    }
 
-   /// Replaces what the database holds.
+   /// Replaces the packing decisions that the database holds. What other stages put there stays.
    void store(const DECISIONS& decisions) {
+      const std::vector<LOGDB_DATABASE_ENTRY> others = entries_of_other_stages(*LOGDB_DATABASE::get_database());
       clear();
+      for (const LOGDB_DATABASE_ENTRY& entry : others) {
+         LOGDB_DATABASE::get_database()->add_entry(&entry);
+      }
       log_decisions(decisions, *LOGDB_DATABASE::get_database());
       commit();
       // A file that cannot be written is not reported; what can be read back has been written.
       LOGDB_DATABASE::unload_database();
       load();
-      if (LOGDB_DATABASE::get_database()->get_number_of_entries() != static_cast<int>(decisions.size())) {
+      const std::size_t expected = others.size() + decisions.size();
+      if (static_cast<std::size_t>(LOGDB_DATABASE::get_database()->get_number_of_entries()) != expected) {
          throw NETLIST_ERROR("cannot write " + file_name());
       }
    }

@@ -10,8 +10,8 @@
 #include "partition.h"
 
 /// \file
-/// The result of packing: which atoms share a cell or a block of the target. Whoever packs, a search or a log that
-/// is repeated, does it through this class, and it refuses what the target cannot do.
+/// The result of packing: which atoms share a cell or a block of the target. Whoever packs, a search or a log
+/// that is repeated, does it through this class, and it refuses what the target cannot do.
 
 /// What the target offers.
 struct TARGET {
@@ -47,9 +47,9 @@ public:
    /// All three must live longer.
    PACKED_NETLIST(const NETLIST& netlist, const PARTITION& partition, const TARGET& target);
 
-   /// Why a decision cannot be carried out now; empty when it can. What was decided not to be packed only has to
-   /// be about atoms that exist. Reasons may go into the log: about atoms that exist they name none, since the
-   /// library makes only the node-name fields of an entry relative to a partition.
+   /// Why a decision cannot be carried out now; empty when it can. What was decided not to be packed only has
+   /// to be about atoms that exist. Reasons may go into the log: about atoms that exist they name none, since
+   /// the library makes only the node-name fields of an entry relative to a partition.
    /// @{
    std::string obstacle(const MULTIPLIER_DECISION& decision) const;
    std::string obstacle(const RAM_DECISION& decision) const;

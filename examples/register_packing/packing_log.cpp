@@ -136,6 +136,13 @@ REGISTER_DECISION logged_register(const ENTRY_FIELDS& fields) {
    return decision;
 }
 
+/// The kind of an entry whose kind's name nobody knows is -1: the file was damaged, or is a newer one's.
+void check_kind(const LOGDB_DATABASE_ENTRY& entry, int index) {
+   if (entry.m_entry_type < 0) {
+      throw NETLIST_ERROR("entry " + std::to_string(index) + " of the database is of an unknown kind");
+   }
+}
+
 } // namespace
 
 void log_decisions(const DECISIONS& decisions, LOGDB_DATABASE& database) {
@@ -165,12 +172,23 @@ DECISIONS logged_decisions(const LOGDB_DATABASE& database) {
          decisions.m_registers.push_back(logged_register({entry, index}));
          break;
       default:
-         // The kind of an entry whose kind's name nobody knows is -1: the file was damaged, or is a newer one's.
-         if (entry.m_entry_type < 0) {
-            throw NETLIST_ERROR("entry " + std::to_string(index) + " of the database is of an unknown kind");
-         }
+         check_kind(entry, index);
          break;
       }
    }
    return decisions;
+}
+
+std::vector<LOGDB_DATABASE_ENTRY> entries_of_other_stages(const LOGDB_DATABASE& database) {
+   std::vector<LOGDB_DATABASE_ENTRY> entries;
+   for (int index = 0; index < database.get_number_of_entries(); ++index) {
+      const LOGDB_DATABASE_ENTRY& entry = *database.get_entry(index);
+      check_kind(entry, index);
+      const bool is_ours = entry.m_entry_type == DSP_BALANCING_IMPLEMENTATION ||
+                           entry.m_entry_type == RAM_PACKING || entry.m_entry_type == REGISTER_PACKING;
+      if (!is_ours) {
+         entries.push_back(entry);
+      }
+   }
+   return entries;
 }

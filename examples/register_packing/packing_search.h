@@ -13,9 +13,9 @@ struct SEARCH_RESULT {
 
 /// Decides about all memories, multipliers and registers of a partition and packs them accordingly.
 ///
-/// Multipliers: the largest get the blocks that there are. Memories: those that need half a block share one with the
-/// nearest in the hierarchy. Registers: into multipliers and pins where possible, then with the LUT in front,
-/// with the LUT behind, in chains.
+/// Multipliers: the largest get the blocks that there are. Memories: those that need half a block share one
+/// with the nearest in the hierarchy. Registers: into multipliers and pins where possible, then with the LUT
+/// in front, with the LUT behind, in chains.
 SEARCH_RESULT search_packing(const NETLIST& netlist, const PARTITION& partition, const TARGET& target,
                              PACKED_NETLIST& packed);
 

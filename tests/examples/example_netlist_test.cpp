@@ -323,8 +323,8 @@ TEST(TEXT_FILE_TEST, the_first_line_that_differs_is_shown) {
    EXPECT_EQ(first_difference("a\n", "a"), "the line feed at the end of the text");
 }
 
-/// The controller of the design sends a greeting over the serial line when it is let go: the netlist still does
-/// what the Verilog says.
+/// The controller of the design sends a greeting over the serial line when it is let go: the netlist still
+/// does what the Verilog says.
 TEST(BOARD_TEST, the_committed_netlist_sends_its_greeting) {
    constexpr int CLOCKS_PER_BIT = 8;
    const NETLIST netlist = read_blif_file(LOGDB_SOURCE_DIR "/examples/designs/board.blif");

@@ -6,8 +6,8 @@ namespace {
 
 using ::testing::HasSubstr;
 
-/// Two equal blocks, a third that differs, and a register outside. In each block a LUT feeds a register, which feeds
-/// another one; the registers of the third have different enables.
+/// Two equal blocks, a third that differs, and a register outside. In each block a LUT feeds a register,
+/// which feeds another one; the registers of the third have different enables.
 const std::string DESIGN = ".model top\n"
                            ".inputs clock a b e\n"
                            ".outputs q\n"
@@ -23,16 +23,23 @@ const std::string DESIGN = ".model top\n"
                            ".names top|x|r top|y|r top|z|r top|x1|d\n111 1\n"
                            ".subckt REGISTER data=top|x1|d clock=clock out=top|x1|q\n.cname top|x1|q\n"
                            ".names top|x1|q q\n1 1\n"
+                           ".names a b s\n01 1\n"
+                           ".subckt REGISTER data=s clock=clock out=t\n.cname t\n"
+                           ".subckt REGISTER data=s clock=clock out=top|v|q\n.cname top|v|q\n"
+                           ".names a b top|v|d\n10 1\n"
+                           ".subckt REGISTER data=top|v|d clock=clock out=top|v|p\n.cname top|v|p\n"
                            ".end\n";
 
 class REGISTER_PACKING_TEST : public EXAMPLE_STAGE_TEST {
 protected:
    REGISTER_PACKING_TEST() { write_file(path("design.blif"), DESIGN); }
 
-   STAGE_RUN stage(const std::vector<std::string>& arguments) { return run(EXAMPLE_REGISTER_PACKING, arguments); }
+   STAGE_RUN stage(const std::vector<std::string>& arguments) {
+      return run(example_program("register_packing"), arguments);
+   }
 
    void expect_stage(const std::vector<std::string>& arguments, int status) {
-      expect_run(EXAMPLE_REGISTER_PACKING, arguments, status);
+      expect_run(example_program("register_packing"), arguments, status);
    }
 };
 
@@ -40,22 +47,26 @@ protected:
 
 TEST_F(REGISTER_PACKING_TEST, logs_its_decisions_as_entries_of_the_three_kinds) {
    expect_stage({"pack", "design.blif", "--packed", "packed.txt"}, 0);
-   EXPECT_EQ(
-       read_file(path("board.cmp.logdb")),
-       "v1\n"
-       "REGISTER_PACKING,PACKED,the register is the only reader of the "
-       "LUT,REGISTER_BEHIND_LUT,top|x1|q,top|x1|d,\n"
-       "REGISTER_PACKING,PACKED,the register is the only reader of the LUT,REGISTER_BEHIND_LUT,top|x|q,top|x|d,\n"
-       "REGISTER_PACKING,PACKED,the register is the only reader of the LUT,REGISTER_BEHIND_LUT,top|y|q,top|y|d,\n"
-       "REGISTER_PACKING,PACKED,the register is the only reader of the LUT,REGISTER_BEHIND_LUT,top|z|q,top|z|d,\n"
-       "REGISTER_PACKING,PACKED,equal control signals,REGISTER_CHAIN,top|x|r,top|x|q,\n"
-       "REGISTER_PACKING,PACKED,equal control signals,REGISTER_CHAIN,top|y|r,top|y|q,\n"
-       "REGISTER_PACKING,APART,the LUT's cell is taken,LUT_BEHIND_REGISTER,top|z|r,top|x1|d,\n");
+   const std::string behind_lut =
+       "REGISTER_PACKING,PACKED,the register is the only reader of the LUT,REGISTER_BEHIND_LUT,";
+   const std::string chain = "REGISTER_PACKING,PACKED,equal control signals,REGISTER_CHAIN,";
+   const std::string other_readers =
+       "REGISTER_PACKING,APART,the LUT has other readers: it has 2 readers,REGISTER_BEHIND_LUT,";
+   EXPECT_EQ(read_file(path("board.cmp.logdb")),
+             "v1\n" + behind_lut + "top|v|p,top|v|d,\n" + behind_lut + "top|x1|q,top|x1|d,\n" + behind_lut +
+                 "top|x|q,top|x|d,\n" + behind_lut + "top|y|q,top|y|d,\n" + behind_lut + "top|z|q,top|z|d,\n" +
+                 chain + "top|x|r,top|x|q,\n" + chain + "top|y|r,top|y|q,\n" + other_readers + "t,s,\n" +
+                 other_readers + "top|v|q,s,\n" +
+                 "REGISTER_PACKING,APART,the LUT's cell is taken,LUT_BEHIND_REGISTER,top|z|r,top|x1|d,\n");
    EXPECT_EQ(read_file(path("packed.txt")), "logic_cell lut=q\n"
+                                            "logic_cell lut=s\n"
+                                            "logic_cell lut=top|v|d register=top|v|p\n"
                                             "logic_cell lut=top|x1|d register=top|x1|q\n"
                                             "logic_cell lut=top|x|d register=top|x|q register=top|x|r\n"
                                             "logic_cell lut=top|y|d register=top|y|q register=top|y|r\n"
                                             "logic_cell lut=top|z|d register=top|z|q\n"
+                                            "logic_cell register=t\n"
+                                            "logic_cell register=top|v|q\n"
                                             "logic_cell register=top|z|r\n");
 }
 
@@ -66,7 +77,7 @@ TEST_F(REGISTER_PACKING_TEST, repeats_what_the_database_says_even_where_a_search
               "v1\nREGISTER_PACKING,PACKED,because,REGISTER_BEHIND_LUT,top|x|q,top|x|d,\n");
    const STAGE_RUN run = stage({"repeat", "design.blif", "--packed", "other.txt", "--expect", "packed.txt"});
    EXPECT_EQ(run.m_status, 1);
-   EXPECT_THAT(run.m_output, HasSubstr("the packed netlist is not that of packed.txt: line 2\n"));
+   EXPECT_THAT(run.m_output, HasSubstr("the packed netlist is not that of packed.txt: line 3\n"));
    EXPECT_THAT(read_file(path("other.txt")), HasSubstr("logic_cell lut=top|x|d register=top|x|q\n"));
    EXPECT_THAT(read_file(path("other.txt")), HasSubstr("logic_cell lut=top|y|d\n"));
 }
@@ -76,6 +87,15 @@ TEST_F(REGISTER_PACKING_TEST, packing_again_replaces_the_database) {
    const std::string first = read_file(path("board.cmp.logdb"));
    expect_stage({"pack", "design.blif"}, 0);
    EXPECT_EQ(read_file(path("board.cmp.logdb")), first);
+}
+
+TEST_F(REGISTER_PACKING_TEST, entries_of_other_stages_stay_in_the_database) {
+   expect_stage({"pack", "design.blif"}, 0);
+   const std::string ours = read_file(path("board.cmp.logdb")).substr(3);
+   write_file(path("board.cmp.logdb"), "v1\n" + ours + "IO_RULES_SUMMARY,total,10,\n");
+   expect_stage({"pack", "design.blif"}, 0);
+   EXPECT_EQ(read_file(path("board.cmp.logdb")), "v1\nIO_RULES_SUMMARY,total,10,\n" + ours);
+   expect_stage({"repeat", "design.blif"}, 0);
 }
 
 TEST_F(REGISTER_PACKING_TEST, a_partition_is_logged_relative_to_its_root_and_repeated_under_another) {
@@ -89,6 +109,12 @@ TEST_F(REGISTER_PACKING_TEST, a_partition_is_logged_relative_to_its_root_and_rep
    EXPECT_EQ(read_file(path("x.txt")), "logic_cell lut=d register=q register=r\n");
    expect_stage(
        {"repeat", "design.blif", "--partition", "top|y", "--partition-file", "x.logdb", "--expect", "x.txt"}, 0);
+}
+
+TEST_F(REGISTER_PACKING_TEST, a_partition_does_not_name_what_lies_outside) {
+   expect_stage({"pack", "design.blif", "--partition", "top|v", "--partition-file", "v.logdb"}, 0);
+   EXPECT_EQ(read_file(path("v.logdb")),
+             "v1\nREGISTER_PACKING,PACKED,the register is the only reader of the LUT,REGISTER_BEHIND_LUT,p,d,\n");
 }
 
 TEST_F(REGISTER_PACKING_TEST, a_partition_with_other_control_signals_refuses_the_decisions) {

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,12 @@
 
 /// The netlist that the examples work on.
 inline const std::string EXAMPLE_DESIGN = LOGDB_SOURCE_DIR "/examples/designs/board.blif";
+
+/// An example program. Tests are built in BUILD/tests, examples in BUILD/examples.
+inline std::string example_program(const std::string& name) {
+   const std::filesystem::path test = std::filesystem::read_symlink("/proc/self/exe");
+   return (test.parent_path().parent_path() / "examples" / name).string();
+}
 
 /// How a program ended, and all that it printed.
 struct STAGE_RUN {

@@ -1,5 +1,6 @@
 // Runs the board: expects the greeting on the serial line, sends bytes and expects their echo, follows them
-// through the filter of channel A, and looks at the scratch register and the lights. Ends with passed or FAILED.
+// through the filter of channel A, and looks at the scratch register and the lights. Ends with passed or
+// FAILED.
 `timescale 1ns / 1ns
 module board_test;
    localparam CLOCKS_PER_BIT = 8;

@@ -3,10 +3,10 @@
 
 usage: expand_hierarchy.py DESIGN.json TOP
 
-Reads the JSON that yosys writes and prints the netlist. Levels of names are separated by "|", the first level is
-the top module. A LUT or register carries the name of the signal that it drives; one without a named output is
-called after the nearest named signal that it feeds, with "~" and a number. Names are chosen inside each module, so
-that two instances of a module differ in nothing but the path in front.
+Reads the JSON that yosys writes and prints the netlist. Levels of names are separated by "|", the first level
+is the top module. A LUT or register carries the name of the signal that it drives; one without a named output
+is called after the nearest named signal that it feeds, with "~" and a number. Names are chosen inside each
+module, so that two instances of a module differ in nothing but the path in front.
 """
 
 import json
@@ -58,7 +58,7 @@ class Names:
         return names
 
     def reader_table(self, module):
-        """For each bit the names of what reads it: instances by name, LUTs and registers by their output bit."""
+        """For each bit what reads it: instances by name, LUTs and registers by their output bit."""
         readers = {}
         for cell_name in sorted(self.cells, key=natural):
             cell = self.cells[cell_name]
