@@ -21,6 +21,11 @@ function(logdb_compile_options target)
    endif()
 endfunction()
 
+# logdb_compile_quickly(TARGET): for programs whose optimising would take longer than it saves.
+function(logdb_compile_quickly target)
+   target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1>)
+endfunction()
+
 # logdb_limit_exports(TARGET LIST): the shared library exports the symbols of a reviewed list and no other, so that
 # no instantiation of a standard template leaks out. A line of the list is a mangled name, blanks, "#" and the name
 # as people read it.

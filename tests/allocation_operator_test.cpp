@@ -10,6 +10,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "host_standalone.h"
 #include "logdb.h"
 #include "mem_alloc_sys.h"
 
@@ -126,6 +127,39 @@ TEST(ALLOCATION_OPERATOR, an_object_leaves_through_the_ordinary_delete) {
    EXPECT_TRUE(entry->m_data_vector.empty());
    entry->m_data_vector.emplace_back("a field that is too long for the string object itself");
    delete entry;
+}
+
+// ---- The allocator of strings and vectors
+
+static_assert(sizeof(MEM_STRING) == 32 && sizeof(MEM_VECTOR<int>) == 24);
+static_assert(std::is_same_v<MEM_STRING::allocator_type, MEM_STL_ALLOCATOR<char>>);
+static_assert(std::is_same_v<MEM_VECTOR<MEM_STRING>::allocator_type, MEM_STL_ALLOCATOR<MEM_STRING>>);
+static_assert(std::is_empty_v<MEM_STL_ALLOCATOR<int>>);
+
+TEST(MEM_STL_ALLOCATOR, all_allocators_are_equal) {
+   const MEM_STL_ALLOCATOR<int> integers;
+   const MEM_STL_ALLOCATOR<char> characters(integers);
+   EXPECT_TRUE(integers == characters);
+   EXPECT_FALSE(integers != characters);
+}
+
+TEST(MEM_STL_ALLOCATOR, blocks_are_tracked_in_the_domain_of_the_library) {
+   const HOST_MEMORY_STATISTICS before = host_memory_statistics("LOGDB");
+   MEM_STL_ALLOCATOR<double> allocator;
+   double* block = allocator.allocate(100);
+   ASSERT_NE(block, nullptr);
+   block[0] = block[99] = 1.5;
+   EXPECT_EQ(host_memory_statistics("LOGDB").m_live_blocks, before.m_live_blocks + 1);
+   EXPECT_GE(host_memory_statistics("LOGDB").m_live_bytes, before.m_live_bytes + 100 * sizeof(double));
+   allocator.deallocate(block, 100);
+   EXPECT_EQ(host_memory_statistics("LOGDB").m_live_blocks, before.m_live_blocks);
+   EXPECT_EQ(host_memory_statistics("LOGDB").m_live_bytes, before.m_live_bytes);
+}
+
+TEST(MEM_STL_ALLOCATOR, a_count_whose_bytes_cannot_be_counted_is_refused) {
+   MEM_STL_ALLOCATOR<double> allocator;
+   EXPECT_THROW(static_cast<void>(allocator.allocate(SIZE_MAX / sizeof(double) + 1)), std::bad_array_new_length);
+   EXPECT_THROW(static_cast<void>(allocator.allocate(SIZE_MAX)), std::bad_array_new_length);
 }
 
 } // namespace

@@ -646,6 +646,15 @@ TEST_F(FSYN_LOG_FILE, the_end_of_the_file_stays_the_end) {
    EXPECT_EQ(words(log), (WORDS{"A", "B", "C"})) << "opened anew, it starts at the front";
 }
 
+TEST_F(FSYN_LOG_FILE, a_word_that_reaches_the_end_of_the_file_is_the_last) {
+   write_file("log.fsyn", "A B");
+   LOGDB_FSYN_LOG_FILE log("log.fsyn");
+   EXPECT_EQ(log.read_line(), std::string("A"));
+   EXPECT_EQ(log.read_line(), std::string("B"));
+   { ENABLED_LOG("log.fsyn").print_line(" C"); }
+   EXPECT_EQ(log.read_line(), end_word) << "the end was seen when the word was read";
+}
+
 TEST_F(FSYN_LOG_FILE, a_word_is_cut_to_4096_characters_and_nothing_gets_out_of_step) {
    for (const std::size_t size : {4095U, 4096U, 4097U, 5000U, 262144U, 262145U, 1000000U}) {
       const std::string word(size, 'w');

@@ -21,7 +21,7 @@ ALLOWED = {
     "tools/logdb": ["tools/logdb"] + EVERYTHING,
     "bindings": ["bindings"] + PUBLIC,
     "examples": ["examples"] + PUBLIC,
-    "tests": ["tests"] + EVERYTHING + ["tools/logdb"],
+    "tests": ["tests", "examples"] + EVERYTHING + ["tools/logdb"],
     "fuzz": ["fuzz", "tests"] + EVERYTHING + ["tools/logdb"],
     "bench": ["bench"] + EVERYTHING + ["tools/logdb"],
 }

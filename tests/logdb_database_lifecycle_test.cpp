@@ -531,20 +531,24 @@ TEST_F(LOGDB_DATABASE_LIFECYCLE, a_commit_that_cannot_open_its_file_is_not_repor
 }
 
 TEST_F(LOGDB_DATABASE_LIFECYCLE, a_commit_to_a_full_disk_is_not_reported) {
+   // By a link, so that nothing can happen to the device itself.
+   const std::string file = path("full");
+   std::filesystem::create_symlink("/dev/full", file);
    load();
    add(IO_RULES, {"a"});
-   LOGDB_DATABASE::commit_database("/dev/full", "");
+   LOGDB_DATABASE::commit_database(file.c_str(), "");
    EXPECT_EQ(events_at_any_speed(),
-             (EVENTS{"Commiting logdb database /dev/full...", "Wrote log database with 1 entries",
-                     "Done comiting logdb database /dev/full. Spent 0 seconds."}));
+             (EVENTS{"Commiting logdb database " + file + "...", "Wrote log database with 1 entries",
+                     "Done comiting logdb database " + file + ". Spent 0 seconds."}));
    for (int count = 0; count < 20000; ++count) {
       add(IO_RULES, {"more than any buffer holds"});
    }
-   LOGDB_DATABASE::commit_database("/dev/full", "");
+   LOGDB_DATABASE::commit_database(file.c_str(), "");
    EXPECT_EQ(events_at_any_speed(),
-             (EVENTS{"Commiting logdb database /dev/full...", "Wrote log database with 20001 entries",
-                     "Done comiting logdb database /dev/full. Spent 0 seconds."}));
+             (EVENTS{"Commiting logdb database " + file + "...", "Wrote log database with 20001 entries",
+                     "Done comiting logdb database " + file + ". Spent 0 seconds."}));
    EXPECT_EQ(LOGDB_DATABASE::get_database()->get_number_of_entries(), 20001);
+   EXPECT_TRUE(std::filesystem::is_symlink(file)) << "a file is written where it is, not replaced by another";
 }
 
 TEST_F(LOGDB_DATABASE_LIFECYCLE, reports_of_the_writing_come_between_the_messages_of_a_commit) {

@@ -534,6 +534,23 @@ TEST(XTL_HASH, resize_never_shrinks) {
    }
 }
 
+TEST(XTL_HASH, as_many_buckets_as_are_wanted_are_enough) {
+   unsigned long count = 52;
+   while (xtl_hash_50_percent_increase_size(count / 4 * 5) % 5 != 0) {
+      ++count;
+      ASSERT_LT(count, 10000u);
+   }
+   STRING_HASH hash;
+   hash.resize(count);
+   const unsigned long buckets = hash.m_bucket_count;
+   hash.resize(buckets / 5 * 4);
+   EXPECT_EQ(hash.m_bucket_count, buckets);
+   hash.resize(buckets / 5 * 4 + 3);
+   EXPECT_EQ(hash.m_bucket_count, buckets);
+   hash.resize(buckets / 5 * 4 + 4);
+   EXPECT_EQ(hash.m_bucket_count, xtl_hash_50_percent_increase_size(buckets + 5));
+}
+
 TEST(XTL_HASH, growing_sets_the_collisions_to_0_and_resize_without_growth_leaves_them) {
    FORESEEN_HASH hash;
    hash["5:a"] = 0;
