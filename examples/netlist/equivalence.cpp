@@ -42,8 +42,8 @@ public:
    void choose_activity(std::mt19937_64& bits) {
       m_activity.clear();
       for (std::size_t input = 0; input < m_inputs.size(); ++input) {
-         constexpr double PROBABILITIES[] = {0.0, 0.05, 0.5, 0.95, 1.0};
-         m_activity.push_back(PROBABILITIES[bits() % std::size(PROBABILITIES)]);
+         constexpr double probabilities[] = {0.0, 0.05, 0.5, 0.95, 1.0};
+         m_activity.push_back(probabilities[bits() % std::size(probabilities)]);
       }
    }
 

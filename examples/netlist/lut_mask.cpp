@@ -4,9 +4,9 @@
 #include <cstddef>
 
 std::uint64_t input_mask(int input) {
-   constexpr std::array<std::uint64_t, 6> MASKS = {0xaaaaaaaaaaaaaaaa, 0xcccccccccccccccc, 0xf0f0f0f0f0f0f0f0,
+   constexpr std::array<std::uint64_t, 6> masks = {0xaaaaaaaaaaaaaaaa, 0xcccccccccccccccc, 0xf0f0f0f0f0f0f0f0,
                                                    0xff00ff00ff00ff00, 0xffff0000ffff0000, 0xffffffff00000000};
-   return MASKS.at(static_cast<std::size_t>(input));
+   return masks.at(static_cast<std::size_t>(input));
 }
 
 std::uint64_t with_input_held(std::uint64_t mask, int input, bool value) {
