@@ -226,7 +226,8 @@ int main() {
       std::string root;
       std::getline(words, kind, '\t');
       std::getline(words, path, '\t');
-      const bool has_root = static_cast<bool>(std::getline(words, root));
+      const bool has_root = !words.eof(); // a tab ended the path: the root behind it may be empty
+      std::getline(words, root);
       std::cout << dump.answer(kind, path, has_root ? std::optional(root) : std::nullopt).dump() << std::endl;
    }
 }
