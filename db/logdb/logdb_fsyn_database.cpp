@@ -164,12 +164,12 @@ constexpr unsigned char no_keyword = 0xff;
 
 consteval bool fill_keyword_table(KEYWORD_TABLE& table, std::uint64_t multiplier) {
    table.fill(no_keyword);
-   for (unsigned char index = 0; index < keywords.size(); ++index) {
+   for (std::size_t index = 0; index < keywords.size(); ++index) {
       unsigned char& slot = table[keyword_place(keywords[index].m_text, multiplier)];
       if (slot != no_keyword) {
          return false;
       }
-      slot = index;
+      slot = static_cast<unsigned char>(index);
    }
    return true;
 }
