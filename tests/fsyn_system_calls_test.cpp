@@ -124,7 +124,9 @@ TEST_F(FSYN_SYSTEM_CALLS, a_log_is_read_in_large_blocks) {
    });
    EXPECT_EQ(records, std::count(text.begin(), text.end(), '\n') / 2);
    EXPECT_LE(calls.m_reads, static_cast<long>(text.size() / 65536) + 2);
+#ifndef __SANITIZE_ADDRESS__ // its runtime writes now and then, to pipes of its own
    EXPECT_EQ(calls.m_writes, 0);
+#endif
    EXPECT_EQ(calls_of([&] { EXPECT_EQ(log.read_fsyn_log_entry(), nullptr); }).m_reads, 0)
        << "the end stays the end";
 }
