@@ -23,17 +23,14 @@
 #include "fio.h"
 #include "logdb.h"
 #include "logdb_fsyn_log_file.h"
+#include "logdb_fsyn_record_reader.h"
 #include "logdb_report.h"
 
 #define LOGDB_SOURCE_FILE "logdb_fsyn_database"
 
 namespace {
 
-constexpr std::string_view unchanged = "UNCHANGED";
 constexpr const char* marker_node_name = "DUMMY_NAME";
-
-// What stands for the end of the file where a word is asked for.
-constexpr char end_of_file_word[] = "LOGDB_FSYN_EOF";
 
 // How many inputs a cell has; the numbers differ on purpose.
 constexpr std::size_t slot_count(LOGDB_FSYN_LOG_ENTRY_TYPE type) {
@@ -76,7 +73,8 @@ template <class RECORD> std::unique_ptr<RECORD> copy_head(const RECORD& record) 
 
 struct slots {
    template <class RECORD> static void start(RECORD& record) {
-      record.m_port_sources.assign(slot_count(LOGDB_FSYN_KIND<RECORD>::m_type), MEM_STRING(unchanged));
+      record.m_port_sources.assign(slot_count(LOGDB_FSYN_KIND<RECORD>::m_type),
+                                   MEM_STRING(logdb_fsyn_unchanged_slot));
    }
    template <class RECORD> static RECORD* copy(const RECORD& record) {
       std::unique_ptr<RECORD> copy = copy_head(record);
@@ -418,7 +416,7 @@ public:
 
    void slots_until(const LOGDB_FSYN_FIELD<const MEM_VECTOR<MEM_STRING>>& slots, std::string_view terminator) {
       for (std::size_t index = 0; index < slots.m_value.size(); ++index) {
-         if (slots.m_value[index] != unchanged) {
+         if (slots.m_value[index] != logdb_fsyn_unchanged_slot) {
             print(index, slots.m_value[index]);
          }
       }
@@ -499,177 +497,23 @@ private:
    LOGDB_FSYN_LOG_FILE& m_log;
 };
 
-// A word with a zero byte behind it, for the C library.
-class WORD_TEXT {
+// The words of a log that is open for reading, and whom to tell of what is wrong with them.
+class LOG_WORDS {
 public:
-   explicit WORD_TEXT(std::string_view word) {
-      std::memcpy(m_text, word.data(), word.size());
-      m_text[word.size()] = '\0';
+   LOG_WORDS(LOGDB_FSYN_FILE_STREAM& stream, std::string_view keyword) : m_stream(stream), m_keyword(keyword) {}
+
+   std::string_view next_word() { return m_stream.next_word(); }
+
+   static void unknown_lut_mode() { LOGDB_REPORT("Unrecognized lutmask type"); }
+
+   void ended_inside_list() const {
+      logdb_msg_debug("The log ends inside a list of a %.*s record", static_cast<int>(m_keyword.size()),
+                      m_keyword.data());
    }
-   const char* c_str() const { return m_text; }
 
 private:
-   char m_text[LOGDB_FSYN_FILE_STREAM::max_word_size + 1];
-};
-
-// As strtol with base 10. Numbers as the writer writes them take the short way.
-long decimal(std::string_view word) {
-   long value = 0;
-   const std::from_chars_result end = std::from_chars(word.data(), word.data() + word.size(), value);
-   if (end.ec == std::errc() && end.ptr == word.data() + word.size()) {
-      return value;
-   }
-   return std::strtol(WORD_TEXT(word).c_str(), nullptr, 10);
-}
-
-// As strtoul with base 16.
-unsigned long hexadecimal(std::string_view word) {
-   unsigned long value = 0;
-   const std::from_chars_result end = std::from_chars(word.data(), word.data() + word.size(), value, 16);
-   if (end.ec == std::errc() && end.ptr == word.data() + word.size()) {
-      return value;
-   }
-   return std::strtoul(WORD_TEXT(word).c_str(), nullptr, 16);
-}
-
-// Fills a record from the words of a log.
-class RECORD_READER {
-public:
-   RECORD_READER(LOGDB_FSYN_FILE_STREAM& stream, std::string_view keyword)
-       : m_stream(stream), m_keyword(keyword) {}
-
-   template <class... FIELDS> void line(const LOGDB_FSYN_FIELD<FIELDS>&... fields) { (read(fields.m_value), ...); }
-
-   void line_with_blank(const LOGDB_FSYN_FIELD<MEM_STRING>& name) { read(name.m_value); }
-
-   void lost_name(const LOGDB_FSYN_FIELD<MEM_STRING>& name) { read(name.m_value); }
-
-   void names_until(const LOGDB_FSYN_FIELD<MEM_VECTOR<MEM_STRING>>& names, std::string_view terminator) {
-      while (has_element(terminator)) {
-         names.m_value.emplace_back(m_word);
-      }
-   }
-
-   void slots_until(const LOGDB_FSYN_FIELD<MEM_VECTOR<MEM_STRING>>& slots, std::string_view terminator) {
-      while (has_element(terminator)) {
-         const int index = static_cast<int>(decimal(m_word));
-         if (has_more() && index >= 0 && static_cast<std::size_t>(index) < slots.m_value.size()) {
-            slots.m_value[static_cast<std::size_t>(index)] = m_word;
-         }
-      }
-   }
-
-   void ram_inputs_until(const LOGDB_FSYN_FIELD<MEM_VECTOR<DB_INPUT_PORT_TYPE>>& types,
-                         const LOGDB_FSYN_FIELD<MEM_VECTOR<unsigned short>>& indices,
-                         const LOGDB_FSYN_FIELD<MEM_VECTOR<MEM_STRING>>& names, std::string_view terminator) {
-      while (has_element(terminator)) {
-         const auto type = static_cast<DB_INPUT_PORT_TYPE>(decimal(m_word));
-         if (!has_more()) {
-            return;
-         }
-         const auto index = static_cast<unsigned short>(decimal(m_word));
-         if (!has_more()) {
-            return;
-         }
-         types.m_value.push_back(type);
-         indices.m_value.push_back(index);
-         names.m_value.emplace_back(m_word);
-      }
-   }
-
-   // The word that ends one group of ports begins the next.
-   template <class TYPE>
-   void ports(std::string_view word, const LOGDB_FSYN_FIELD<MEM_VECTOR<TYPE>>& types,
-              const LOGDB_FSYN_FIELD<MEM_VECTOR<MEM_STRING>>& names) {
-      if (!m_at_port_word) {
-         m_at_port_word = true;
-         has_more();
-      }
-      while (m_word == word && !m_ended) {
-         if (!has_more()) {
-            return;
-         }
-         const auto type = static_cast<TYPE>(decimal(m_word));
-         if (!has_more()) {
-            return;
-         }
-         types.m_value.push_back(type);
-         names.m_value.emplace_back(m_word);
-         has_more();
-      }
-   }
-
-   // The word behind the ports has been read to find their end; whatever it is, it is passed over.
-   void word(std::string_view /*word*/) { m_at_port_word = false; }
-
-   template <class... FIELDS>
-   void lut_mask(const LOGDB_FSYN_FIELD<unsigned long>& mask, const LOGDB_FSYN_FIELD<FIELDS>&... fields) {
-      const unsigned long low = hexadecimal(next_word());
-      const unsigned long high = hexadecimal(next_word());
-      mask.m_value = high << 32 | low;
-      (read(fields.m_value), ...);
-   }
-
-   void lut_mode(const LOGDB_FSYN_FIELD<int>& mode) {
-      const std::string_view word = next_word();
-      if (word == "SUM") {
-         mode.m_value = 1;
-      } else if (word == "CARRY") {
-         mode.m_value = 2;
-      } else if (word != "NORMAL") {
-         LOGDB_REPORT("Unrecognized lutmask type");
-      }
-   }
-
-   void optional_name(const LOGDB_FSYN_FIELD<MEM_STRING>& name, std::string_view word_for_none) {
-      read(name.m_value);
-      if (name.m_value == word_for_none) {
-         name.m_value.clear();
-      }
-   }
-
-   template <class RECORD> void pad_to_core(const RECORD& /*record*/) {}
-
-private:
-   void read(MEM_STRING& name) { name = next_word(); }
-
-   void read(unsigned char& flag) { flag = decimal(next_word()) != 0 ? 1 : 0; }
-
-   template <class NUMBER, std::enable_if_t<!std::is_class_v<NUMBER>, int> = 0> void read(NUMBER& number) {
-      number = static_cast<NUMBER>(decimal(next_word()));
-   }
-
-   // At the end of the file every word is the one that stands for it.
-   std::string_view next_word() {
-      m_word = m_stream.next_word();
-      if (m_word.data() == nullptr) {
-         m_ended = true;
-         m_word = end_of_file_word;
-      }
-      return m_word;
-   }
-
-   // Reads a word inside a list. A log that a crash cut short ends there; the list then ends with its last whole
-   // element, so that nothing in the record was never written.
-   bool has_more() {
-      next_word();
-      if (m_ended && !m_reported) {
-         m_reported = true;
-         logdb_msg_debug("The log ends inside a list of a %.*s record", static_cast<int>(m_keyword.size()),
-                         m_keyword.data());
-      }
-      return !m_ended;
-   }
-
-   // Reads a word where the list may end; true when it is the first of another element.
-   bool has_element(std::string_view terminator) { return has_more() && m_word != terminator; }
-
    LOGDB_FSYN_FILE_STREAM& m_stream;
    std::string_view m_keyword;
-   std::string_view m_word;
-   bool m_at_port_word = false;
-   bool m_ended = false;
-   bool m_reported = false;
 };
 
 } // namespace
@@ -733,7 +577,7 @@ char* LOGDB_FSYN_LOG_FILE::read_line() {
       word = m_file_stream->next_word();
    }
    if (word.empty()) {
-      return const_cast<char*>(end_of_file_word);
+      return const_cast<char*>(logdb_fsyn_end_of_file_word);
    }
    std::memcpy(word_buffer, word.data(), word.size());
    word_buffer[word.size()] = '\0';
@@ -785,7 +629,8 @@ LOGDB_FSYN_LOG_ENTRY* LOGDB_FSYN_LOG_FILE::read_fsyn_log_entry() {
    }
    std::string_view word = m_file_stream->next_word();
    int type = -1;
-   while (word.data() != nullptr && word != end_of_file_word && (type = logdb_fsyn_kind_of_keyword(word)) < 0) {
+   while (word.data() != nullptr && word != logdb_fsyn_end_of_file_word &&
+          (type = logdb_fsyn_kind_of_keyword(word)) < 0) {
       LOGDB_REPORT("Unrecognized line in the log");
       word = m_file_stream->next_word();
    }
@@ -794,7 +639,8 @@ LOGDB_FSYN_LOG_ENTRY* LOGDB_FSYN_LOG_FILE::read_fsyn_log_entry() {
       using KIND = decltype(kind);
       std::unique_ptr<typename KIND::RECORD> record(new (0) typename KIND::RECORD);
       if (record != nullptr) {
-         RECORD_READER reader(*m_file_stream, KIND::m_keyword);
+         LOG_WORDS words(*m_file_stream, KIND::m_keyword);
+         LOGDB_FSYN_RECORD_READER reader(words);
          KIND::layout(reader, *record);
       }
       log_entry = record.release();
