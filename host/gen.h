@@ -14,7 +14,8 @@ void gen_sprintf(MEM_STRING* out, const char* format, ...) __attribute__((format
 /// \param revision   the revision name
 /// \param type_name  the database type, one of the variables of dbm.h
 /// \param directory  the directory that holds the file, or null for the project's own database directory.
-///                   The library always passes null
+///                   The library always passes null. An empty one gives a name without a directory, which is
+///                   looked for where the process runs
 /// \return the path of the file
 MEM_STRING gen_generate_pdb_filename(const MEM_STRING& revision, const MEM_STRING& type_name,
                                      const MEM_STRING* directory);

@@ -135,9 +135,9 @@ public:
 };
 
 // Whether reading would change nothing about the stream but its position: a stream that is not good, or that is
-// tied to another, goes the ordinary way.
+// tied to another, goes the ordinary way. One without a buffer is never good.
 bool can_read_ahead(const std::istream& in) {
-   return in.good() && in.tie() == nullptr && in.rdbuf() != nullptr;
+   return in.good() && in.tie() == nullptr;
 }
 
 bool has_next_byte(std::istream& in) {
@@ -217,7 +217,7 @@ public:
 private:
    // Most entries are of the kind of the one before.
    LOGDB_ENTRY_TYPE_ENUM kind(const MEM_STRING& name) {
-      if (m_kind_name.empty() || name != m_kind_name) {
+      if (name != m_kind_name) {
          m_kind = logdb_get_logdb_entry_type_enum_by_string(name.c_str());
          m_kind_name = name;
       }

@@ -18,6 +18,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <new>
 #include <type_traits>
 
 #include "fio.h"
@@ -199,9 +200,10 @@ int logdb_fsyn_kind_of_keyword(std::string_view word) {
 
 namespace {
 
-// Reading reaches up to 15 bytes behind the end of what is in the buffer.
+// Reading reaches up to 15 bytes behind the end of what is in the buffer; there are zero bytes.
 constexpr std::size_t read_size = std::size_t{256} * 1024;
-constexpr std::size_t buffer_size = read_size + 16;
+constexpr std::size_t bytes_behind = 16;
+constexpr std::size_t buffer_size = read_size + bytes_behind;
 
 constexpr bool is_white_space(char byte) {
    return byte == ' ' || (byte >= '\t' && byte <= '\r');
@@ -222,7 +224,7 @@ LOGDB_FSYN_FILE_STREAM::LOGDB_FSYN_FILE_STREAM(const char* file_name, DIRECTION 
     : m_file(open_file(file_name, direction)), m_direction(direction),
       m_bytes_to_read(std::numeric_limits<std::size_t>::max()) {
    if (direction == READING) {
-      m_buffer = static_cast<char*>(::operator new(buffer_size, 0));
+      m_buffer = new (std::nothrow) char[buffer_size];
       m_next = m_buffer;
       m_end = m_buffer;
    }
@@ -234,7 +236,7 @@ LOGDB_FSYN_FILE_STREAM::~LOGDB_FSYN_FILE_STREAM() {
    if (m_file >= 0) {
       ::close(m_file);
    }
-   ::operator delete(m_buffer);
+   delete[] m_buffer;
 }
 
 void LOGDB_FSYN_FILE_STREAM::append(const char* bytes, std::size_t size) {
@@ -333,6 +335,7 @@ bool LOGDB_FSYN_FILE_STREAM::refill(char* to) {
    m_bytes_to_read -= static_cast<std::size_t>(bytes);
    m_next = m_buffer;
    m_end = to + bytes;
+   std::memset(to + bytes, 0, bytes_behind);
    return true;
 }
 

@@ -107,7 +107,7 @@ public:
          m_at_port_word = true;
          has_more();
       }
-      while (m_word == word && !m_ended) {
+      while (m_word == word) {
          if (!has_more()) {
             return;
          }
