@@ -44,8 +44,9 @@ private:
    MEM_STRING m_quotes;
    MEM_STRING m_escapes;
    MEM_STRING m_comments;
-   bool m_keep_empty = true;
-   bool m_trim = false;
+   // A host may have no use for these two.
+   [[maybe_unused]] bool m_keep_empty = true;
+   [[maybe_unused]] bool m_trim = false;
 };
 
 #endif
