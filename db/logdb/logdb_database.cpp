@@ -157,13 +157,13 @@ bool take_line(std::istream& in, MEM_STRING& line) {
    if (available == 0) {
       return false;
    }
-   const void* end = std::memchr(begin, in.widen('\n'), std::min(available, line_buffer_size));
-   if (end == nullptr) {
+   const void* const found = std::memchr(begin, in.widen('\n'), std::min(available, line_buffer_size));
+   if (found == nullptr) {
       return false;
    }
-   const auto length = static_cast<std::size_t>(static_cast<const char*>(end) - begin);
-   line.assign(begin, strnlen(begin, length));
-   GET_AREA::skip(*in.rdbuf(), length + 1);
+   const char* const end = static_cast<const char*>(found);
+   line.assign(begin, strnlen(begin, static_cast<std::size_t>(end - begin)));
+   GET_AREA::skip(*in.rdbuf(), static_cast<std::size_t>(end - begin) + 1);
    return true;
 }
 
@@ -189,7 +189,7 @@ void debug_entry(const LOGDB_DATABASE_ENTRY& entry) {
 }
 
 // Reads entries one after the other, keeping what the next one can use again: the storage of the line and of
-// its pieces, and the kind that a name stood for.
+// its pieces, and the kinds that names stood for.
 class ENTRY_READER {
 public:
    explicit ENTRY_READER(LOGDB_DATABASE_IMPL& database) : m_database(database) {}
@@ -215,20 +215,26 @@ public:
    }
 
 private:
-   // Most entries are of the kind of the one before.
+   // A file has few kind names, again and again. Each is looked up once, as long as no other takes its place.
    LOGDB_ENTRY_TYPE_ENUM kind(const MEM_STRING& name) {
-      if (name != m_kind_name) {
-         m_kind = logdb_get_logdb_entry_type_enum_by_string(name.c_str());
-         m_kind_name = name;
+      const std::size_t first_byte = static_cast<unsigned char>(name.c_str()[0]);
+      KNOWN_KIND& known = m_known_kinds[(name.size() + first_byte) % std::size(m_known_kinds)];
+      if (name != known.m_name) {
+         known.m_type = logdb_get_logdb_entry_type_enum_by_string(name.c_str());
+         known.m_name = name;
       }
-      return m_kind;
+      return known.m_type;
    }
+
+   struct KNOWN_KIND {
+      MEM_STRING m_name;
+      LOGDB_ENTRY_TYPE_ENUM m_type = unknown_kind;
+   };
 
    LOGDB_DATABASE_IMPL& m_database;
    MEM_STRING m_line;
    MEM_VECTOR<MEM_STRING> m_tokens;
-   MEM_STRING m_kind_name;
-   LOGDB_ENTRY_TYPE_ENUM m_kind = unknown_kind;
+   KNOWN_KIND m_known_kinds[32];
 };
 
 std::size_t count_separators(const char* begin, const char* end) {

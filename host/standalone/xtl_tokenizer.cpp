@@ -31,13 +31,23 @@ bool is_blank(char byte) {
    return byte == ' ' || byte == '\t';
 }
 
-/// Puts pieces into a vector, into the strings that are there as long as there are any.
+/// The longest text that a string holds without storage of its own.
+const std::size_t short_size = MEM_STRING().capacity();
+
+/// Puts pieces into a vector. Strings in front that have storage are used again; those behind, whose storage a
+/// caller has moved away, are quicker made anew than filled.
 class PIECE_SINK {
 public:
-   explicit PIECE_SINK(MEM_VECTOR<MEM_STRING>& tokens) : m_tokens(tokens) {}
+   PIECE_SINK(MEM_VECTOR<MEM_STRING>& tokens, std::string_view text)
+       : m_tokens(tokens), m_text_end(text.data() + text.size()) {
+      while (!m_tokens.empty() && m_tokens.back().capacity() <= longest_without_storage) {
+         m_tokens.pop_back();
+      }
+      m_reused = m_tokens.size();
+   }
 
-   void add(std::string_view piece) {
-      if (m_count < m_tokens.size()) {
+   [[gnu::noinline]] void add(std::string_view piece) {
+      if (m_count < m_reused) {
          m_tokens[m_count].assign(piece);
       } else {
          m_tokens.emplace_back(piece);
@@ -45,12 +55,28 @@ public:
       ++m_count;
    }
 
+   /// Adds a piece that is a part of the text. A short one is copied with the bytes behind it, which are dropped
+   /// again: a copy of a fixed size needs neither a call nor a loop.
+   [[gnu::always_inline]] void add_part(const char* begin, std::size_t size) {
+      if (m_count < m_reused || size >= fixed_size || static_cast<std::size_t>(m_text_end - begin) < fixed_size) {
+         add(std::string_view(begin, size));
+      } else {
+         m_tokens.emplace_back(begin, fixed_size).resize(size);
+         ++m_count;
+      }
+   }
+
    void drop_the_rest() {
       m_tokens.erase(m_tokens.begin() + static_cast<std::ptrdiff_t>(m_count), m_tokens.end());
    }
 
 private:
+   static constexpr std::size_t longest_without_storage = 15;
+   static constexpr std::size_t fixed_size = longest_without_storage;
+
    MEM_VECTOR<MEM_STRING>& m_tokens;
+   const char* m_text_end; // of the text that the pieces are of
+   std::size_t m_reused;
    std::size_t m_count = 0;
 };
 
@@ -82,40 +108,61 @@ std::uint64_t equal_bytes(const char* bytes, char wanted) {
 
 #endif
 
-/// Finds every place of a byte in a text, in order.
-template <class ACTION> void for_each_place(std::string_view text, char wanted, ACTION action) {
-   const auto take_places = [&action](std::uint64_t found, std::size_t base) {
-      for (; found != 0; found &= found - 1) {
-         action(base + static_cast<std::size_t>(std::countr_zero(found)));
+/// The places of a byte in a part of a text, as bits of 64 bytes at a time.
+class PLACES {
+public:
+   static constexpr std::size_t part_bytes = 16 * step;
+
+   /// Looks at a text of at most part_bytes bytes.
+   void find(std::string_view part, char wanted) {
+      std::size_t base = 0;
+      m_count = 0;
+      for (; part.size() - base >= step; base += step) {
+         add(equal_bytes(part.data() + base, wanted), base);
       }
-   };
-   std::size_t base = 0;
-   for (; text.size() - base >= step; base += step) {
-      take_places(equal_bytes(text.data() + base, wanted), base);
+      const std::size_t left = part.size() - base;
+      if (left != 0 && base != 0) {
+         add(equal_bytes(part.data() + part.size() - step, wanted) >> (step - left), base);
+      } else if (left != 0) {
+         std::array<char, step> padded;
+         std::memcpy(padded.data(), part.data(), left);
+         add(equal_bytes(padded.data(), wanted) & ((std::uint64_t{1} << left) - 1), base);
+      }
    }
-   const std::size_t left = text.size() - base;
-   if (left == 0) {
-      return;
+
+   const std::uint16_t* begin() const { return m_places.data(); }
+   const std::uint16_t* end() const { return m_places.data() + m_count; }
+
+private:
+   void add(std::uint64_t found, std::size_t base) {
+      for (; found != 0; found &= found - 1) {
+         m_places[m_count++] =
+             static_cast<std::uint16_t>(base + static_cast<std::size_t>(std::countr_zero(found)));
+      }
    }
-   if (base != 0) {
-      take_places(equal_bytes(text.data() + text.size() - step, wanted) >> (step - left), base);
-      return;
-   }
-   std::array<char, step> padded = {};
-   std::memcpy(padded.data(), text.data(), left);
-   take_places(equal_bytes(padded.data(), wanted) & ((std::uint64_t{1} << left) - 1), 0);
-}
+
+   std::array<std::uint16_t, part_bytes> m_places;
+   std::size_t m_count = 0;
+};
 
 void split_plainly(std::string_view text, char separator, bool keep_empty, PIECE_SINK& pieces) {
-   std::size_t begin = 0;
-   for_each_place(text, separator, [&](std::size_t place) {
-      if (place != begin || keep_empty) {
-         pieces.add(text.substr(begin, place - begin));
+   PLACES places;
+   const char* begin = text.data();
+   const char* const end = begin + text.size();
+   for (const char* part = begin; part != end;) {
+      const std::size_t part_bytes = std::min(static_cast<std::size_t>(end - part), PLACES::part_bytes);
+      places.find(std::string_view(part, part_bytes), separator);
+      for (const std::uint16_t place : places) {
+         const char* piece_end = part + place;
+         if (piece_end != begin || keep_empty) {
+            pieces.add_part(begin, static_cast<std::size_t>(piece_end - begin));
+         }
+         begin = piece_end + 1;
       }
-      begin = place + 1;
-   });
-   if (begin != text.size()) {
-      pieces.add(text.substr(begin));
+      part += part_bytes;
+   }
+   if (begin != end) {
+      pieces.add_part(begin, static_cast<std::size_t>(end - begin));
    }
 }
 
@@ -197,7 +244,7 @@ XTL_TOKENIZER::XTL_TOKENIZER(const MEM_STRING& separators, bool keep_empty, cons
       m_keep_empty(keep_empty), m_trim(trim) {}
 
 void XTL_TOKENIZER::tokenize(const MEM_STRING& text, MEM_VECTOR<MEM_STRING>& tokens) {
-   PIECE_SINK pieces(tokens);
+   PIECE_SINK pieces(tokens, text);
    if (m_separators.size() == 1 && m_quotes.empty() && m_escapes.empty() && m_comments.empty() && !m_trim) {
       split_plainly(text, m_separators.front(), m_keep_empty, pieces);
    } else {
