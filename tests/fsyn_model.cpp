@@ -317,28 +317,23 @@ void take_record(WORDS& words, LOGDB_FSYN_LOG_ENTRY_SET_LUTMASK& r, EVENTS& even
 
 /// Port groups that begin with one word. The word after the last one is left in `word`.
 template <class TYPE>
-bool take_groups(WORDS& words, const char* keyword, std::optional<std::string>& word, MEM_VECTOR<TYPE>& types,
+void take_groups(WORDS& words, const char* keyword, std::optional<std::string>& word, MEM_VECTOR<TYPE>& types,
                  MEM_VECTOR<MEM_STRING>& names) {
    while (word && *word == keyword) {
-      const std::optional<std::string> type = words.next();
-      const std::optional<std::string> name = words.next();
-      if (!name) {
-         return false;
-      }
-      types.push_back(static_cast<TYPE>(static_cast<int>(decimal(*type))));
-      names.emplace_back(name->c_str());
+      int type = 0;
+      MEM_STRING name;
+      take(words, type, name);
+      types.push_back(static_cast<TYPE>(type));
+      names.push_back(name);
       word = words.next();
    }
-   return word.has_value();
 }
 
-void take_record(WORDS& words, LOGDB_FSYN_LOG_ENTRY_STORE_NODE_INFO& r, EVENTS& events) {
+void take_record(WORDS& words, LOGDB_FSYN_LOG_ENTRY_STORE_NODE_INFO& r, EVENTS& /*events*/) {
    take(words, r.m_node_name, r.m_node_type);
    std::optional<std::string> word = words.next();
-   if (!take_groups(words, "Port", word, r.m_input_port_types, r.m_input_port_names) ||
-       !take_groups(words, "Output", word, r.m_output_port_types, r.m_output_port_names)) {
-      events.push_back(fsyn_list_ends_message(r.m_type));
-   }
+   take_groups(words, "Port", word, r.m_input_port_types, r.m_input_port_names);
+   take_groups(words, "Output", word, r.m_output_port_types, r.m_output_port_names);
    r.m_lut_mask = mask(words);
 }
 

@@ -99,25 +99,19 @@ public:
       }
    }
 
-   // The word that ends one group of ports begins the next.
+   // The word that ends one group of ports begins the next. No terminator is waited for, so the end of the file needs
+   // no care here: the words that are missing are what they are in a plain line.
    template <class TYPE>
    void ports(std::string_view word, const LOGDB_FSYN_FIELD<MEM_VECTOR<TYPE>>& types,
               const LOGDB_FSYN_FIELD<MEM_VECTOR<MEM_STRING>>& names) {
       if (!m_at_port_word) {
          m_at_port_word = true;
-         has_more();
+         next_word();
       }
       while (m_word == word) {
-         if (!has_more()) {
-            return;
-         }
-         const auto type = static_cast<TYPE>(logdb_fsyn_decimal(m_word));
-         if (!has_more()) {
-            return;
-         }
-         types.m_value.push_back(type);
-         names.m_value.emplace_back(m_word);
-         has_more();
+         types.m_value.push_back(static_cast<TYPE>(logdb_fsyn_decimal(next_word())));
+         names.m_value.emplace_back(next_word());
+         next_word();
       }
    }
 

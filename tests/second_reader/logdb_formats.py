@@ -395,20 +395,16 @@ class LogReader:
     def _port_groups(self, word, introduction, types, names):
         """The groups that `introduction` begins, from `word` on; gives the word behind them, or None."""
         while word == introduction:
-            port_type = self._item()
-            name = self._item()
-            if name is None:
-                return None
-            types.append(as_int(decimal_of_word(port_type)))
-            names.append(name)
-            word = self._item()
+            types.append(as_int(self._decimal()))
+            names.append(self._name())
+            word = self._word()
         return word
 
     def _node_info(self):
         fields = {"m_node_name": self._name(), "m_node_type": as_int(self._decimal())}
         lists = {name: [] for name in
                  ("m_input_port_types", "m_input_port_names", "m_output_port_types", "m_output_port_names")}
-        word = self._port_groups(self._item(), b"Port", lists["m_input_port_types"], lists["m_input_port_names"])
+        word = self._port_groups(self._word(), b"Port", lists["m_input_port_types"], lists["m_input_port_names"])
         self._port_groups(word, b"Output", lists["m_output_port_types"], lists["m_output_port_names"])
         return {**fields, **lists, "m_lut_mask": self._mask()}
 
