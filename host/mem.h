@@ -35,7 +35,7 @@ public:
    /// \param size     bytes; 0 gives a block of its own too
    /// \param tracker  for whom the block is; null is allowed and counts for nobody
    /// \param file     the header that allocates ("h/mem_alloc_sys")
-   /// \return the block, aligned for any type without extended alignment, contents unspecified
+   /// \return the block, aligned for any object of that size without extended alignment, contents unspecified
    /// \throw std::bad_alloc when there is no memory
    static void* new_wrapper(std::size_t size, MEM_TRACKER* tracker, const char* file);
 

@@ -25,7 +25,7 @@
 // An owner has a bin for each block size. A bin hands out blocks from its window, a row of free blocks in one
 // of its spans, front to back. A released block right in front of the window joins it, so that strings which
 // come and go use the same few bytes; any other has a bit set in the chunk's map of free blocks, one bit for 16
-// bytes. When the window is used up, the bin takes the next row of free blocks in that span, then one in
+// bytes: no two blocks begin in the same 16. When the window is used up, the bin takes the next row of free blocks in that span, then one in
 // another of its spans, and only then a new span.
 //
 // A span without live blocks goes back to its chunk, unless its bin has its window there. A chunk without live
@@ -53,7 +53,9 @@
 
 namespace {
 
-constexpr std::size_t granule_bytes = 16;
+constexpr std::size_t granule_bytes = 16; // one bit in the map of free blocks
+constexpr std::size_t step_bytes = 8;     // from one block size to the next
+constexpr std::size_t smallest_bytes = granule_bytes;
 constexpr std::size_t page_bytes = 4096;
 constexpr std::size_t span_bytes = std::size_t{64} * 1024;
 constexpr std::size_t chunk_bytes = std::size_t{2} * 1024 * 1024;
@@ -65,9 +67,10 @@ constexpr std::size_t notes_bytes = std::size_t{64} * 1024;
 constexpr std::size_t chunks_with_ordinary_pages = 2;
 constexpr std::size_t chunks_searched_for_a_row = 64;
 
-// Block sizes: the multiples of 16 up to 1 KiB, then four to a doubling, then fractions of a span.
+// Block sizes: the multiples of 8 from 16 to 1 KiB, then four to a doubling, then fractions of a span. An object whose
+// size is no multiple of 16 is content with an address that is none.
 constexpr std::size_t largest_fine_bytes = 1024;
-constexpr std::size_t fine_bins = largest_fine_bytes / granule_bytes;
+constexpr std::size_t fine_bins = largest_fine_bytes / step_bytes;
 constexpr std::array<std::size_t, 18> coarse_bytes = {1280, 1536, 1792, 2048, 2560,  3072,  3584,  4096,  5120,
                                                       6144, 7168, 8192, 9360, 10912, 13104, 16384, 21840, 32768};
 constexpr std::size_t largest_bin_bytes = coarse_bytes.back();
@@ -79,6 +82,11 @@ constexpr std::size_t bin_count = large_bin + 1;
 
 constexpr std::size_t round_up(std::size_t size, std::size_t unit) {
    return (size + unit - 1) / unit * unit;
+}
+
+/// The block size for a request of up to largest_fine_bytes.
+constexpr std::size_t fine_bytes(std::size_t size) {
+   return std::max(round_up(size, step_bytes), smallest_bytes);
 }
 
 struct SPAN;
@@ -488,7 +496,11 @@ bool find_window(BIN& bin, SPAN& span) {
       return false;
    }
    const auto bit = static_cast<std::size_t>(std::countr_zero(chunk.m_free_map[word]));
-   const std::size_t begin = word * bytes_per_word + bit * granule_bytes;
+   // A block begins at the granule or in its middle; in this span all are a multiple of the block size apart.
+   std::size_t begin = word * bytes_per_word + bit * granule_bytes;
+   if ((begin - static_cast<std::size_t>(span.m_begin - base)) % span.m_block_bytes != 0) {
+      begin += step_bytes;
+   }
    const auto limit = static_cast<std::size_t>(span.m_end - base);
    std::size_t end = begin;
    while (end < limit) {
@@ -609,7 +621,7 @@ void* allocate_watched(OWNER& owner, std::size_t size) {
       throw std::bad_alloc();
    }
    header->m_owner = &owner;
-   header->m_block_bytes = round_up(size, granule_bytes);
+   header->m_block_bytes = fine_bytes(size);
    count_allocation(owner, header->m_block_bytes);
    reserved_bytes += sizeof(WATCHED_HEADER) + header->m_block_bytes;
 #ifdef MEM_ADDRESS_SANITIZER
@@ -652,7 +664,7 @@ SOURCE choose_source() {
       return allocate_watched(owner, wanted);
    }
    if (wanted <= largest_fine_bytes) {
-      return allocate_small(owner, (wanted - 1) / granule_bytes, round_up(wanted, granule_bytes));
+      return allocate_small(owner, (wanted - 1) / step_bytes, fine_bytes(wanted));
    }
    if (wanted <= largest_bin_bytes) {
       const auto* bytes = std::lower_bound(coarse_bytes.begin(), coarse_bytes.end(), wanted);
@@ -698,11 +710,11 @@ void* MEM_MANAGER::new_wrapper(std::size_t size, MEM_TRACKER* tracker, const cha
    if (owner == nullptr || size - 1 >= largest_fine_bytes) [[unlikely]] {
       return allocate_slowly(size, tracker);
    }
-   BIN& bin = owner->m_bins[(size - 1) / granule_bytes];
+   BIN& bin = owner->m_bins[(size - 1) / step_bytes];
    if (bin.m_window_begin == bin.m_window_end) [[unlikely]] {
       return allocate_slowly(size, tracker);
    }
-   return take_block(*owner, bin, round_up(size, granule_bytes));
+   return take_block(*owner, bin, fine_bytes(size));
 }
 
 void MEM_MANAGER::delete_wrapper(void* block, const char* /*domain*/) {
