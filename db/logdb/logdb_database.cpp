@@ -201,6 +201,7 @@ public:
          entry->m_data_vector.clear();
          return false;
       }
+      m_tokens.clear();
       m_database.m_tokenizer.tokenize(m_line, m_tokens);
       if (m_tokens.empty()) {
          entry->m_data_vector.clear();
@@ -254,95 +255,99 @@ std::size_t count_separators(const char* begin, const char* end) {
    return count + static_cast<std::size_t>(std::count(begin, end, field_separator));
 }
 
-// Gathers lines in a block, and hands the stream whole blocks. A line with anything to report is not taken: the
-// caller flushes and writes it field by field, so that a report comes when everything before it is in the
-// stream.
+// Gathers lines in a block, and hands the stream whole blocks. A block with anything to report is not handed over:
+// the caller writes its entries field by field, so that a report comes when everything before it is in the stream.
 class LINE_GATHERER {
 public:
-   explicit LINE_GATHERER(std::ostream* out) : m_out(out), m_block(new (std::nothrow) char[block_size]) {}
+   explicit LINE_GATHERER(std::ostream* out)
+       : m_out(out), m_block(new (std::nothrow) char[block_size + bytes_behind]) {
+      for (std::size_t type = 0; type < std::size(m_kinds); ++type) {
+         m_kinds[type] = logdb_get_debug_string(static_cast<LOGDB_ENTRY_TYPE_ENUM>(type));
+      }
+   }
    LINE_GATHERER(const LINE_GATHERER&) = delete;
    LINE_GATHERER& operator=(const LINE_GATHERER&) = delete;
 
-   // Adds text that needs no look.
-   void add(std::string_view text) {
-      if (m_block == nullptr) {
-         m_out->write(text.data(), static_cast<std::streamsize>(text.size()));
-         return;
-      }
-      std::memcpy(m_block.get() + m_used, text.data(), text.size());
-      m_used += text.size();
-   }
+   // Writes text that needs no look.
+   void write(std::string_view text) { m_out->write(text.data(), static_cast<std::streamsize>(text.size())); }
 
-   void flush() {
-      if (m_used != 0) {
-         m_out->write(m_block.get(), static_cast<std::streamsize>(m_used));
-         m_used = 0;
-      }
-   }
-
-   // The last byte goes by itself: after a failure the stream is then in the same state as if every field had gone
-   // so, whichever byte it failed at.
-   void finish() {
-      if (m_used != 0) {
-         const char last = m_block[--m_used];
-         flush();
-         m_out->put(last);
-      }
-   }
-
-   // Adds a line.
+   // Adds a line. Not taken are an entry of an unknown kind, one that does not fit into what is left of the block,
+   // and one with a field that has no text.
    //
-   // \param field_text  gives the text of the field at a position; its data is null when there is none, and the
-   //                    line is then not taken
+   // \param field_text  gives the text of the field at a position; its data is null when there is none
    template <class FIELD_TEXT> bool add(const LOGDB_DATABASE_ENTRY& entry, const FIELD_TEXT& field_text) {
       if (m_block == nullptr || !is_known_kind(entry.m_entry_type)) {
          return false;
       }
-      const std::string_view kind = logdb_get_debug_string(entry.m_entry_type);
-      const std::size_t size = line_size(kind, entry);
-      if (size > block_size) {
+      const std::string_view kind = m_kinds[entry.m_entry_type];
+      std::size_t room = block_size - m_used;
+      if (room < kind.size() + 2) {
          return false;
       }
-      if (size > block_size - m_used) {
-         flush();
-      }
-      char* const begin = m_block.get() + m_used;
-      char* end = append_field(begin, kind);
+      room -= kind.size() + 2;
+      char* end = m_block.get() + m_used;
+      std::memcpy(end, kind.data(), kind.size());
+      end += kind.size();
+      *end++ = field_separator;
       unsigned int position = 0;
       for (const MEM_STRING& field : entry.m_data_vector) {
          const std::string_view text = field_text(field, position++);
-         if (text.data() == nullptr) {
+         if (text.data() == nullptr || room < text.size() + 1) {
             return false;
          }
-         end = append_field(end, text);
-      }
-      if (count_separators(begin, end) != entry.m_data_vector.size() + 1) {
-         return false;
+         room -= text.size() + 1;
+         end = append_field(end, field, text);
       }
       *end++ = '\n';
+      m_separators += entry.m_data_vector.size() + 1;
       m_used = static_cast<std::size_t>(end - m_block.get());
       return true;
    }
 
-private:
-   // The most bytes that the line can have.
-   static std::size_t line_size(std::string_view kind, const LOGDB_DATABASE_ENTRY& entry) {
-      std::size_t size = kind.size() + 2;
-      for (const MEM_STRING& field : entry.m_data_vector) {
-         size += field.size() + 1;
+   // Hands over the lines in the block, or drops them if a field has a separator in it.
+   //
+   // \param is_end  whether nothing comes behind them. The last byte then goes by itself: after a failure the stream
+   //                is in the same state as if every field had gone so, whichever byte it failed at
+   // \return whether they were handed over
+   bool flush(bool is_end) {
+      const std::string_view lines(m_block.get(), m_used);
+      const bool holds = count_separators(lines.data(), lines.data() + lines.size()) == m_separators;
+      m_used = 0;
+      m_separators = 0;
+      if (holds && !lines.empty()) {
+         write(lines.substr(0, lines.size() - (is_end ? 1 : 0)));
+         if (is_end) {
+            m_out->put(lines.back());
+         }
       }
-      return size;
+      return holds;
    }
 
-   static char* append_field(char* out, std::string_view text) {
-      std::memcpy(out, text.data(), text.size());
+private:
+   // Every string has room for this many bytes, so that many can be copied of any.
+   static constexpr std::size_t least_room = 16;
+   static constexpr std::size_t bytes_behind = least_room;
+
+   // Most fields are short: copies of a fixed size do without a call.
+   static char* append_field(char* out, const MEM_STRING& field, std::string_view text) {
+      if (text.data() != field.data()) {
+         std::memcpy(out, text.data(), text.size());
+      } else {
+         std::memcpy(out, text.data(), least_room);
+         for (std::size_t copied = least_room; copied < text.size(); copied += least_room) {
+            const std::size_t from = std::min(copied, text.size() - least_room);
+            std::memcpy(out + from, text.data() + from, least_room);
+         }
+      }
       out[text.size()] = field_separator;
       return out + text.size() + 1;
    }
 
    std::ostream* m_out;
    std::unique_ptr<char[]> m_block;
+   std::string_view m_kinds[std::size(LOGDB_DATA_FORMAT)];
    std::size_t m_used = 0;
+   std::size_t m_separators = 0; // those that the lines in the block should have
 };
 
 // The part of a node name that is written for a partition; its data is null for a name outside.
@@ -362,17 +367,29 @@ template <class FIELD_TEXT, class WRITE_ENTRY>
 void write_lines(std::ostream* out, const MEM_VECTOR<LOGDB_DATABASE_ENTRY*>& entries, const FIELD_TEXT& field_text,
                  const WRITE_ENTRY& write_entry) {
    LINE_GATHERER lines(out);
-   lines.add("v1\n");
-   for (const LOGDB_DATABASE_ENTRY* entry : entries) {
-      const auto text = [&](const MEM_STRING& field, unsigned int position) {
+   lines.write("v1\n");
+   const auto add = [&](const LOGDB_DATABASE_ENTRY* entry) {
+      return lines.add(*entry, [&](const MEM_STRING& field, unsigned int position) {
          return field_text(entry->m_entry_type, field, position);
-      };
-      if (!lines.add(*entry, text)) {
-         lines.flush();
-         write_entry(entry);
+      });
+   };
+   auto first = entries.begin(); // of those in the block
+   const auto flush = [&](auto end) {
+      if (!lines.flush(end == entries.end())) {
+         std::for_each(first, end, write_entry);
+      }
+      first = end;
+   };
+   for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
+      if (!add(*entry)) {
+         flush(entry);
+         if (!add(*entry)) {
+            write_entry(*entry);
+            ++first;
+         }
       }
    }
-   lines.finish();
+   flush(entries.end());
    logdb_msg_debug("Wrote log database with %u entries", static_cast<unsigned int>(entries.size()));
 }
 
@@ -623,7 +640,7 @@ const char* LOGDB_DATABASE_IMPL::logdb_type_to_dbm_type(LOGDB_DB_TYPE db_type) {
 
 void LOGDB_DATABASE_IMPL::make_db_filename(const char* revision_name, LOGDB_DB_TYPE db_type, MEM_STRING* out) {
    const char* type_name = logdb_type_to_dbm_type(db_type);
-   if (type_name == nullptr) {
+   if (type_name == nullptr || out == nullptr) {
       return;
    }
    *out = gen_generate_pdb_filename(text_or_empty(revision_name), type_name, nullptr);
@@ -632,7 +649,7 @@ void LOGDB_DATABASE_IMPL::make_db_filename(const char* revision_name, LOGDB_DB_T
 
 void LOGDB_DATABASE_IMPL::make_db_extension(LOGDB_DB_TYPE db_type, MEM_STRING* out) {
    const char* type_name = logdb_type_to_dbm_type(db_type);
-   if (type_name == nullptr) {
+   if (type_name == nullptr || out == nullptr) {
       return;
    }
    *out = type_name;
