@@ -98,8 +98,9 @@ public:
    /// Loads the database of the revision and kind. When a database is loaded already, nothing happens: the
    /// file is not read again. When the file does not exist, the database is loaded empty.
    ///
-   /// Reports: "LOGDB has not been initialized with the revision name and db_type."; "Failed reading log-db
-   /// file", and then the database is loaded with the entries in front of the line that could not be read.
+   /// Reports: "LOGDB has not been initialized with the revision name and db_type.", and then "unknown
+   /// logdb_db_type"; "Failed reading log-db file", and then the database is loaded with the entries in front of
+   /// the line that could not be read.
    LOGDB_EXPORT static void load_database();
 
    /// Loads a named file and puts a partition root and "|" in front of every node name in it.
@@ -121,7 +122,7 @@ public:
    /// the file. The database stays loaded, unchanged.
    ///
    /// Reports: "Commiting logdb database when database is not loaded", and then no file is touched; "LOGDB has
-   /// not bee initialized with the revision name and db_type.". A field with a comma in it is reported too
+   /// not bee initialized with the revision name and db_type.", and then "unknown logdb_db_type". A field with a comma in it is reported too
    /// ("log database write failed: string has field separator character"), and written. A file that cannot
    /// be opened, written or closed is not reported.
    LOGDB_EXPORT static void commit_database();
@@ -185,7 +186,8 @@ public:
    LOGDB_EXPORT static void make_db_extension(LOGDB_DB_TYPE db_type, MEM_STRING* out);
 
    /// Copies the database file of one kind to that of another, replacing it. When there is none to copy,
-   /// nothing happens. A copy that fails is reported ("failed copying logdb file").
+   /// no file changes, and the message of a copy is sent all the same. A copy that fails is reported ("failed copying
+   /// logdb file").
    LOGDB_EXPORT static void copy_database_file(const char* revision_name, LOGDB_DB_TYPE from_type,
                                                LOGDB_DB_TYPE to_type);
 

@@ -144,7 +144,7 @@ public:
    ~LOGDB_FSYN_LOG_ENTRY_INSERT_ATOM() override;
    LOGDB_FSYN_LOG_ENTRY* clone() const override;
 
-   MEM_STRING m_related_name;     ///< the atom that it is modelled on
+   MEM_STRING m_related_name;     ///< another atom; what it is to the new one is the host's
    unsigned char m_atom_kind = 0; ///< what kind of atom; a flag in the text
 };
 
@@ -177,7 +177,7 @@ public:
    ~LOGDB_FSYN_LOG_ENTRY_CREATE_OTERM() override;
    LOGDB_FSYN_LOG_ENTRY* clone() const override;
 
-   MEM_STRING m_related_name; ///< the net that it drives
+   MEM_STRING m_related_name; ///< another name; what it is to the terminal is the host's
    int m_port_type = 0;       ///< what the terminal is for
 };
 
@@ -287,7 +287,7 @@ public:
 
    int m_port_type = 0;             ///< what the terminal is for
    unsigned short m_port_index = 0; ///< which of the terminals of that type
-   int m_value = 0;                 ///< the kind of global signal
+   int m_value = 0;                 ///< the host's
 };
 
 /// An input terminal is no longer fed by a global signal.
@@ -312,7 +312,7 @@ public:
    unsigned short m_port_index = 0; ///< which of the terminals of that type
 };
 
-/// An input terminal is replaced by its type's default.
+/// An input terminal is replaced, by its type.
 class LOGDB_EXPORT LOGDB_FSYN_LOG_ENTRY_REPLACE_INPUT_TERM_BY_TYPE : public LOGDB_FSYN_LOG_ENTRY {
 public:
    LOGDB_FSYN_LOG_ENTRY_REPLACE_INPUT_TERM_BY_TYPE();
@@ -602,11 +602,11 @@ public:
    ~LOGDB_FSYN_LOG_ENTRY_CONFIRM_CLKBUF() override;
    LOGDB_FSYN_LOG_ENTRY* clone() const override;
 
-   MEM_STRING m_clkbuf_first_name;  ///< the net that it drives
-   MEM_STRING m_clkbuf_second_name; ///< the net that it takes
-   MEM_STRING
-   m_enable_name; ///< its enable; empty for none (NO_ENABLE in the text, so an enable of that name reads back empty)
-   int m_value = 0; ///< which terminals move to it
+   MEM_STRING m_clkbuf_first_name;  ///< third in the text
+   MEM_STRING m_clkbuf_second_name; ///< second in the text
+   /// The enable; empty for none. That is NO_ENABLE in the text, so an enable of that name reads back empty.
+   MEM_STRING m_enable_name;
+   int m_value = 0; ///< the host's
 };
 
 /// Marks the end of the log. The reader goes on after it; who replays a log stops here. The text has the

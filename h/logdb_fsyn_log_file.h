@@ -63,7 +63,8 @@ public:
    /// call returns, whatever happens to the process then. Does nothing on a log that is not enabled.
    ///
    /// When the file cannot be opened or written, nothing is reported and the lines are lost, up to close(): a
-   /// file never has a gap between two lines.
+   /// file never has a gap between two lines. A full disk may keep the beginning of the line that did not fit; what
+   /// is printed after close() is then appended to it.
    ///
    /// \param format  a printf format and its arguments, without the line feed. The text is cut after 4095
    ///                characters, and at its first zero byte

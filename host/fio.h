@@ -18,7 +18,8 @@ public:
    /// \param from        the file to copy
    /// \param to          the path of the copy; its directory must exist
    /// \param overwrite   whether an existing target is replaced; if false, an existing target makes the copy
-   ///                    fail and stays as it is
+   ///                    fail and stays as it is. What a symbolic link leads to is replaced, and the link stays; a
+   ///                    link that leads nowhere is replaced itself
    /// \param keep_times  whether the copy gets the access and modification times of the source; if false,
    ///                    it gets the time of the copying
    /// \return true when the copy is in place; false when it is not, and the target is then untouched

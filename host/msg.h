@@ -11,7 +11,8 @@ public:
    ///
    /// \param text    the condition that failed, as source text, or a message; valid during the call only
    /// \param domain  the part of the toolset that reports ("LOGDB" from this library)
-   /// \param file    the source file without directory and suffix, for example "logdb_database"
+   /// \param file    the source file as it is known in reports, for example "logdb_database" or
+   ///                "h/logdb_entry_type_enum_translator_auto"
    /// \param line    the line in that file
    static void report(const char* text, const char* domain, const char* file, int line);
 };

@@ -30,6 +30,9 @@ int allocations_left = unlimited;
 int interrupted_calls = 0;
 int failing_opens = 0;
 
+/// Whether there are arrays for those who answer for themselves when there are none.
+bool has_arrays = true;
+
 /// The most bytes that one write takes.
 std::size_t write_limit = std::numeric_limits<std::size_t>::max();
 
@@ -53,6 +56,10 @@ void* operator new(std::size_t size, int /*tag*/) noexcept {
       --allocations_left;
    }
    return std::calloc(size, 1);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+   return has_arrays ? std::malloc(size) : nullptr;
 }
 
 // The C library's calls, on a system where signals come in and things go wrong.
@@ -91,6 +98,7 @@ protected:
       interrupted_calls = 0;
       failing_opens = 0;
       write_limit = std::numeric_limits<std::size_t>::max();
+      has_arrays = true;
    }
 };
 
@@ -147,6 +155,18 @@ TEST_F(FSYN_FAILING_SYSTEM, a_log_that_has_no_room_to_be_read_is_not_appended) {
    EXPECT_TRUE(log.append_file("other.fsyn")) << "the file is there";
    EXPECT_EQ(take_reports(), TEXTS(2, "m_file_stream"));
    EXPECT_FALSE(std::filesystem::exists("log.fsyn"));
+}
+
+TEST_F(FSYN_FAILING_SYSTEM, a_log_that_has_no_room_for_what_it_reads_does_not_pass_for_an_empty_one) {
+   write_file("log.fsyn", "PHYSICAL_SYNTHESIS_SET_USER_LCELL\nn\n");
+   LOGDB_FSYN_LOG_FILE log("log.fsyn");
+   has_arrays = false;
+   EXPECT_EQ(log.read_fsyn_log_entry(), nullptr);
+   EXPECT_EQ(take_reports(), TEXTS{"m_file_stream"});
+   EXPECT_STREQ(log.read_line(), "LOGDB_FSYN_EOF");
+   EXPECT_EQ(take_reports(), TEXTS{"m_file_stream"});
+   has_arrays = true;
+   EXPECT_NE(FSYN_RECORD(log.read_fsyn_log_entry()), nullptr) << "with room it goes on";
 }
 
 // ---- Signals, and writes that take a part

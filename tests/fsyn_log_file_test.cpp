@@ -928,4 +928,29 @@ TEST_F(FSYN_LOG_FILE, asking_a_disabled_log_for_a_line_does_not_choose_a_directi
    EXPECT_EQ(log.read_line(), std::string("A"));
 }
 
+/// The descriptors of this process that lead to a file.
+std::vector<int> descriptors_of(const std::string& path) {
+   std::vector<int> found;
+   for (int descriptor = 0; descriptor < 100; ++descriptor) {
+      std::error_code ignored;
+      const auto target = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), ignored);
+      if (target == path) {
+         found.push_back(descriptor);
+      }
+   }
+   return found;
+}
+
+TEST_F(FSYN_LOG_FILE, programs_that_the_process_starts_do_not_hold_the_log_open) {
+   ENABLED_LOG log("log.fsyn");
+   log.print_line("line");
+   LOGDB_FSYN_LOG_FILE reading("log.fsyn");
+   EXPECT_STREQ(reading.read_line(), "line");
+   const std::vector<int> descriptors = descriptors_of(std::filesystem::canonical("log.fsyn"));
+   EXPECT_EQ(descriptors.size(), 2U);
+   for (const int descriptor : descriptors) {
+      EXPECT_EQ(fcntl(descriptor, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+   }
+}
+
 } // namespace

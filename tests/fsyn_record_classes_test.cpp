@@ -348,6 +348,8 @@ TEST_F(FSYN_RECORD_CLASSES, a_copy_of_a_ram_record_with_unequal_lists_is_written
    record.m_ram_port_indices = {1, 2, 3, 4, 5};
    const auto copy = clone_of(record);
    EXPECT_EQ(copy->m_ram_source_names, record.m_ram_source_names);
+   EXPECT_EQ(copy->m_ram_port_types.size(), 3U) << "what is missing is 0";
+   EXPECT_EQ(copy->m_ram_port_indices.size(), 3U) << "what is left over is dropped";
    EXPECT_EQ(written(*copy), "PHYSICAL_SYNTHESIS_ADD_REMOVE_CONNECTION_RAM\n"
                              "ram\n"
                              "9 1 a\n"

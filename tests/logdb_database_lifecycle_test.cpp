@@ -778,6 +778,75 @@ TEST_F(LOGDB_DATABASE_LIFECYCLE, the_memory_domain_is_registered_once_while_the_
    EXPECT_EQ(host_memory_domain_registrations("LOGDB"), 1u);
 }
 
+// ---- What a handler finds when a message or a report reaches it
+
+/// Calls something with the text of each debug message as long as it lives.
+class MESSAGE_WATCH {
+public:
+   template <class WHAT>
+   explicit MESSAGE_WATCH(WHAT what)
+       : m_old_handler(host_set_debug_message_handler([what](const char* /*domain*/, const char* text) {
+            what(std::string(text));
+            return true;
+         })) {}
+   ~MESSAGE_WATCH() { host_set_debug_message_handler(m_old_handler); }
+   MESSAGE_WATCH(const MESSAGE_WATCH&) = delete;
+   MESSAGE_WATCH& operator=(const MESSAGE_WATCH&) = delete;
+
+private:
+   HOST_DEBUG_MESSAGE_HANDLER m_old_handler;
+};
+
+TEST_F(LOGDB_DATABASE_LIFECYCLE, a_commit_says_that_it_is_done_when_the_file_is_whole) {
+   load();
+   const LOGDB_DATABASE_ENTRY entry = entry_of(IO_RULES, {"a"});
+   LOGDB_DATABASE::get_database()->add_entry(&entry);
+   std::string seen;
+   {
+      const MESSAGE_WATCH watch([&](const std::string& text) {
+         if (text.rfind("Done comiting", 0) == 0) {
+            seen = read_file(path("commit.logdb"));
+         }
+      });
+      LOGDB_DATABASE::commit_database(path("commit.logdb").c_str(), "");
+   }
+   EXPECT_EQ(seen, "v1\nIO_RULES,a,\n");
+   LOGDB_DATABASE::unload_database();
+   m_host.take_events();
+}
+
+TEST_F(LOGDB_DATABASE_LIFECYCLE, an_unload_says_so_when_nothing_is_loaded_any_more) {
+   load();
+   const LOGDB_DATABASE* seen = LOGDB_DATABASE::get_database();
+   {
+      const MESSAGE_WATCH watch([&](const std::string& text) {
+         if (text == "Unloaded logdb database.") {
+            seen = LOGDB_DATABASE::get_database();
+         }
+      });
+      LOGDB_DATABASE::unload_database();
+   }
+   EXPECT_EQ(seen, nullptr);
+   m_host.take_events();
+}
+
+TEST_F(LOGDB_DATABASE_LIFECYCLE, a_null_root_is_reported_before_it_gets_in_front_of_any_name) {
+   write_file(path("file"), "v1\nDSP_BALANCING_IMPLEMENTATION,a,n,\n");
+   std::string seen;
+   const HOST_INTERNAL_ERROR_HANDLER old_handler =
+       host_set_internal_error_handler([&](const char* text, const char*, const char*, int) {
+          seen += text;
+          seen += ": " + std::string(LOGDB_DATABASE::get_database()->get_entry(0)->m_data_vector.at(1).c_str());
+       });
+   LOGDB_DATABASE::initialize("top", LOGDB_DB_TYPE_CMP);
+   LOGDB_DATABASE::load_database(path("file").c_str(), nullptr);
+   host_set_internal_error_handler(old_handler);
+   EXPECT_EQ(seen, "partition_root != 0: n");
+   EXPECT_EQ(LOGDB_DATABASE::get_database()->get_entry(0)->m_data_vector.at(1), "|n");
+   LOGDB_DATABASE::unload_database();
+   m_host.take_events();
+}
+
 [[noreturn]] void exit_with_the_state_of_a_new_process() {
    EXPECT_EQ(logdb_revision_name, "");
    EXPECT_EQ(logdb_db_type, LOGDB_DB_TYPE_NONE);

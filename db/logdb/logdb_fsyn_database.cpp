@@ -14,7 +14,6 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <memory>
@@ -221,12 +220,12 @@ int open_file(const char* file_name, LOGDB_FSYN_FILE_STREAM::DIRECTION direction
 } // namespace
 
 LOGDB_FSYN_FILE_STREAM::LOGDB_FSYN_FILE_STREAM(const char* file_name, DIRECTION direction)
-    : m_file(open_file(file_name, direction)), m_direction(direction),
-      m_bytes_to_read(std::numeric_limits<std::size_t>::max()) {
+    : m_file(open_file(file_name, direction)), m_bytes_to_read(std::numeric_limits<std::size_t>::max()) {
    if (direction == READING) {
       m_buffer = new (std::nothrow) char[buffer_size];
       m_next = m_buffer;
       m_end = m_buffer;
+      m_lacks_buffer = m_buffer == nullptr;
    }
    m_at_end_of_words = m_file < 0 || m_buffer == nullptr;
    m_failed = m_file < 0 || direction == READING;
@@ -349,6 +348,9 @@ char line_buffer[line_buffer_size];
 bool open_stream(LOGDB_FSYN_LOG_FILE& log, LOGDB_FSYN_FILE_STREAM::DIRECTION direction) {
    if (log.m_file_stream == nullptr) {
       log.m_file_stream = new (0) LOGDB_FSYN_FILE_STREAM(log.m_file_name.c_str(), direction);
+      if (log.m_file_stream != nullptr && !log.m_file_stream->is_complete()) {
+         log.close();
+      }
    }
    LOGDB_FSYN_FILE_STREAM* m_file_stream = log.m_file_stream;
    return LOGDB_HOLDS(m_file_stream);

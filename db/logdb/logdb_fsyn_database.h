@@ -235,8 +235,11 @@ public:
    LOGDB_FSYN_FILE_STREAM(const LOGDB_FSYN_FILE_STREAM&) = delete;
    LOGDB_FSYN_FILE_STREAM& operator=(const LOGDB_FSYN_FILE_STREAM&) = delete;
 
+   /// Whether there was memory for what the stream needs.
+   bool is_complete() const { return !m_lacks_buffer; }
+
    /// Hands bytes to the operating system, with one write unless that takes only a part. When they cannot be
-   /// written whole, neither they nor any later bytes are.
+   /// written whole, no later bytes are; a part of them may be in the file.
    void append(const char* bytes, std::size_t size);
 
    /// The next word, cut to max_word_size bytes; its data is null at the end. It is good until the next call.
@@ -254,7 +257,7 @@ private:
    bool refill(char* to);
 
    int m_file;
-   DIRECTION m_direction;
+   bool m_lacks_buffer = false;     // it was to read, and has nowhere to read to
    bool m_failed = false;           // nothing more is written
    bool m_at_end_of_file = false;   // nothing more is read from the file
    bool m_at_end_of_words = false;  // nothing more is handed out

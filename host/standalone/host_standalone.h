@@ -22,7 +22,8 @@
 /// | LOGDB_PROJECT_DIRECTORY=path    | the project-database directory                                         |
 /// | LOGDB_MEMORY=malloc             | blocks come one by one from the C library, for tools that watch them   |
 ///
-/// One thread at a time.
+/// One thread at a time. A handler is called in the middle of the library's work: it must not load, commit or unload
+/// a database, nor change the one that is loaded.
 
 /// \name Internal errors (msg.cpp)
 /// @{
