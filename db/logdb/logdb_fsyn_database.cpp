@@ -150,8 +150,12 @@ constexpr std::size_t keyword_tail_size = 8;
 
 constexpr std::size_t keyword_place(std::string_view word, std::uint64_t multiplier) {
    std::uint64_t tail = 0;
-   for (const char byte : word.substr(word.size() - keyword_tail_size)) {
-      tail = tail << 8 | static_cast<unsigned char>(byte);
+   if (std::is_constant_evaluated()) {
+      for (std::size_t index = keyword_tail_size; index != 0; --index) {
+         tail = tail << 8 | static_cast<unsigned char>(word[word.size() - keyword_tail_size + index - 1]);
+      }
+   } else {
+      std::memcpy(&tail, word.data() + word.size() - keyword_tail_size, keyword_tail_size);
    }
    return ((tail ^ word.size()) * multiplier) >> 56;
 }
@@ -285,19 +289,17 @@ void LOGDB_FSYN_FILE_STREAM::stop_at_end_of(const LOGDB_FSYN_FILE_STREAM* open_s
 
 // The first byte from here on that ends a word: white space or a zero byte; m_end if there is none.
 const char* LOGDB_FSYN_FILE_STREAM::find_word_end(const char* begin) const {
+   // Nearly every byte up to the blank ends a word; those that do not are rare enough to be looked at one by one.
    const __m128i blank = _mm_set1_epi8(' ');
-   const __m128i tab = _mm_set1_epi8('\t');
-   const __m128i last_control = _mm_set1_epi8('\r' - '\t');
-   const __m128i zero = _mm_setzero_si128();
    for (; begin < m_end; begin += 16) {
       const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(begin));
-      const __m128i from_tab = _mm_sub_epi8(bytes, tab);
-      const __m128i control = _mm_cmpeq_epi8(_mm_min_epu8(from_tab, last_control), from_tab);
-      const __m128i ends =
-          _mm_or_si128(control, _mm_or_si128(_mm_cmpeq_epi8(bytes, blank), _mm_cmpeq_epi8(bytes, zero)));
-      const auto mask = static_cast<unsigned int>(_mm_movemask_epi8(ends));
-      if (mask != 0) {
-         return std::min(begin + std::countr_zero(mask), m_end);
+      const __m128i up_to_blank = _mm_cmpeq_epi8(_mm_min_epu8(bytes, blank), bytes);
+      auto mask = static_cast<unsigned int>(_mm_movemask_epi8(up_to_blank));
+      for (; mask != 0; mask &= mask - 1) {
+         const char* const end = begin + std::countr_zero(mask);
+         if (is_white_space(*end) || *end == '\0') {
+            return std::min(end, m_end);
+         }
       }
    }
    return m_end;
