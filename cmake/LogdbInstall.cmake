@@ -1,7 +1,14 @@
-# cmake --install: libraries, headers, the package for find_package(logdb CONFIG) and the two for pkg-config. All
-# paths in it are relative, so a prefix may be moved.
+# cmake --install: libraries, headers, the package for find_package(logdb CONFIG), the two for pkg-config, and the
+# documents. All paths in it are relative, so a prefix may be moved. The target "uninstall" takes it away again.
 
 include(CMakePackageConfigHelpers)
+
+# First of all: which directories the prefix has already, so that uninstalling leaves these.
+if(PROJECT_IS_TOP_LEVEL)
+   configure_file(${PROJECT_SOURCE_DIR}/cmake/LogdbUninstall.cmake.in ${PROJECT_BINARY_DIR}/LogdbUninstall.cmake @ONLY)
+   install(CODE "set(LOGDB_BEFORE_INSTALL ON)\ninclude(\"${PROJECT_BINARY_DIR}/LogdbUninstall.cmake\")")
+   add_custom_target(uninstall COMMAND ${CMAKE_COMMAND} -P ${PROJECT_BINARY_DIR}/LogdbUninstall.cmake VERBATIM)
+endif()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/logdb)
 set(targets logdb logdb_static logdb_host_headers)
@@ -39,3 +46,14 @@ foreach(package IN LISTS packages)
    configure_file(${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
    install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()
+
+# The documents, as they are in the tree; and the reference of the headers, if the target "doc" has made it.
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/LICENSE
+        DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs FILES_MATCHING PATTERN *.md
+        PATTERN samples EXCLUDE)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/ladder DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+if(PROJECT_IS_TOP_LEVEL)
+   include(${PROJECT_SOURCE_DIR}/cmake/LogdbDocumentation.cmake)
+   install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/api DESTINATION ${CMAKE_INSTALL_DOCDIR} OPTIONAL)
+endif()

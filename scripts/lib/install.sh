@@ -38,8 +38,9 @@ install_missing() {
       apt-get install -qq --yes --no-install-recommends -o Dpkg::Use-Pty=0 "${missing[@]}" </dev/null >/dev/null
 }
 
-# What a build of the library and the examples needs.
-build_packages=(g++=g++ cmake=cmake ninja-build=ninja libcli11-dev)
+# What a build of the library, the examples and the command needs.
+build_packages=(g++=g++ cmake=cmake ninja-build=ninja libcli11-dev nlohmann-json3-dev libarchive-dev zlib1g-dev
+   libzstd-dev libre2-dev pkg-config=pkg-config)
 # What the tests need besides.
-test_packages=(libgtest-dev libgmock-dev librapidcheck-dev nlohmann-json3-dev python3=python3 pkg-config=pkg-config
-   binutils=nm strace=strace)
+test_packages=(libgtest-dev libgmock-dev librapidcheck-dev python3=python3 binutils=nm strace=strace
+   groff-base=groff doxygen=doxygen)
