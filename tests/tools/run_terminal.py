@@ -1,0 +1,141 @@
+#!/usr/bin/env python3
+"""What only shows on a terminal: colour, escapes, bars, progress. A pseudo-terminal stands in for one."""
+
+import os
+import pty
+import re
+import select
+import subprocess
+import sys
+import time
+import unittest
+
+import command
+
+PROGRAM = sys.argv.pop(1)
+
+
+def run_on_terminal(line, folder, environment, stdout_is_terminal=True, feed=None):
+    """What a command prints to the terminal that its output and errors are on."""
+    leader, follower = pty.openpty()
+    process = subprocess.Popen(["bash", "-c", line], cwd=folder, env=environment,
+                               stdin=subprocess.PIPE if feed else subprocess.DEVNULL,
+                               stdout=follower if stdout_is_terminal else subprocess.DEVNULL, stderr=follower)
+    os.close(follower)
+    if feed:
+        feed(process.stdin)
+        process.stdin.close()
+    text = b""
+    end = time.monotonic() + 60
+    while time.monotonic() < end:
+        if select.select([leader], [], [], 0.1)[0]:
+            try:
+                block = os.read(leader, 65536)
+            except OSError:
+                break
+            if not block:
+                break
+            text += block
+        elif process.poll() is not None:
+            break
+    os.close(leader)
+    return text.decode("utf-8", "replace").replace("\r\n", "\n"), process.wait(timeout=60)
+
+
+class TerminalTest(unittest.TestCase):
+    def setUp(self):
+        self.context = command.folder_with_logs(PROGRAM)
+        self.folder, self.environment = self.context.__enter__()
+
+    def tearDown(self):
+        self.context.__exit__(None, None, None)
+
+    def on_terminal(self, line, **options):
+        return run_on_terminal(line, self.folder, self.environment, **options)
+
+    def test_colour_is_for_terminals(self):
+        text, status = self.on_terminal("logdb show --range 1 top.logdb")
+        self.assertEqual(status, 0)
+        self.assertIn("\x1b[1;36mREGISTER_PACKING\x1b[0m", text)
+        text, _ = self.on_terminal("logdb show --range 1 top.logdb | cat")
+        self.assertNotIn("\x1b", text)
+
+    def test_colour_can_be_chosen(self):
+        for line in ("NO_COLOR=1 logdb show top.logdb", "logdb show --color never top.logdb",
+                     "TERM=dumb logdb show top.logdb"):
+            self.assertNotIn("\x1b", self.on_terminal(line)[0], line)
+        self.assertIn("\x1b", self.on_terminal("logdb show --color always top.logdb | cat")[0])
+        self.assertIn("\x1b", self.on_terminal("NO_COLOR= logdb show top.logdb")[0])
+
+    def test_names_do_not_act_on_a_terminal(self):
+        (self.folder / "evil.logdb").write_bytes(b"v1\nFSYN_LOG_FILE,\x1b]0;gotcha\x07\xff\xc2\x9b,\n")
+        for name in ("show", "grep gotcha", "show --fields 0", "check --partition-root x", "blame x"):
+            text, _ = self.on_terminal(f"logdb {name} --color never evil.logdb")
+            self.assertNotIn("\x1b", text, name)
+            self.assertNotIn("\x9b", text, name)
+        self.assertIn(r"\x1b]0;gotcha\x07\xff\xc2\x9b", self.on_terminal("logdb show evil.logdb")[0])
+        plain = subprocess.run(["logdb", "show", "--fields", "0", "evil.logdb"], cwd=self.folder,
+                               env=self.environment, capture_output=True)
+        self.assertEqual(plain.stdout, b"\x1b]0;gotcha\x07\xff\xc2\x9b\n")
+
+    def test_file_names_do_not_act_on_a_terminal(self):
+        text, status = self.on_terminal("logdb show $'none\\x1b[2J'")
+        self.assertEqual(status, 3)
+        self.assertIn(r"none\x1b[2J", text)
+        self.assertNotIn("\x1b[2J", text)
+
+    def test_stats_draw_bars_on_terminals_only(self):
+        self.assertIn("\u2588", self.on_terminal("logdb stats top.logdb")[0])
+        self.assertNotIn("\u2588", self.on_terminal("logdb stats top.logdb | cat")[0])
+
+    def test_progress_shows_after_a_second_on_terminals_only(self):
+        def feed_slowly(pipe):
+            pipe.write(b"v1\n")
+            for _ in range(14):
+                pipe.write(b"FSYN_LOG_FILE,top.fsyn,\n" * 10)
+                pipe.flush()
+                time.sleep(0.1)
+
+        text, status = self.on_terminal("logdb stats -", feed=feed_slowly, stdout_is_terminal=False)
+        self.assertEqual(status, 0)
+        self.assertRegex(text, r"\(standard input\)  [0-9.]+ k?B.*B/s")
+        self.assertTrue(text.endswith("\r\x1b[K"), repr(text[-20:]))
+        quick, _ = self.on_terminal("logdb stats top.logdb", stdout_is_terminal=False)
+        self.assertEqual(quick, "")
+
+    def test_a_closed_pipe_ends_quietly(self):
+        big = self.folder / "big.logdb"
+        big.write_bytes(b"v1\n" + b"FSYN_LOG_FILE,top.fsyn,\n" * 200000)
+        text, _ = self.on_terminal("logdb show big.logdb | head -n 1; echo ${PIPESTATUS[0]}")
+        self.assertEqual(text, "#1 FSYN_LOG_FILE  line 2\n0\n")
+
+    def test_tail_follows_a_log_and_prints_whole_records_only(self):
+        log = self.folder / "growing.fsyn"
+        log.write_bytes(b"PHYSICAL_SYNTHESIS_SET_USER_LCELL\na\nPHYSICAL_SYNTHESIS_SET_INV")
+        process = subprocess.Popen(["logdb", "tail", "-f", "growing.fsyn"], cwd=self.folder, env=self.environment,
+                                   stdout=subprocess.PIPE, text=True)
+        self.addCleanup(process.stdout.close)
+        self.addCleanup(process.kill)
+
+        def append(text):
+            with log.open("ab") as file:
+                file.write(text)
+
+        self.assertEqual(process.stdout.readline(), "#1 SET_USER_LCELL  a\n")
+        for part in (b"ERT\n", b"top|q 1", b"1 ", b"2"):
+            append(part)
+            time.sleep(0.25)
+            self.assertEqual(select.select([process.stdout], [], [], 0)[0], [], part)
+        append(b"5\n")
+        self.assertEqual(process.stdout.readline(), "#2 SET_INVERT  top|q  port_type=11  port_index=25\n")
+        append(b"PHYSICAL_SYNTHESIS_DELETE_ATOM\nx\ny\n")
+        time.sleep(0.25)
+        self.assertEqual(select.select([process.stdout], [], [], 0)[0], [])
+        append(b"END_OF_DELETE_ATOM\nPHYSICAL_SYNTHESIS_END_OF_LOG\n")
+        self.assertEqual(process.stdout.read(),
+                         "#3 DELETE_ATOM  x  deleted_names[0]=y\n#4 END_OF_LOG\n")
+        self.assertEqual(process.wait(timeout=10), 0)
+
+
+if __name__ == "__main__":
+    unittest.main()

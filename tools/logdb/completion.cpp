@@ -1,0 +1,132 @@
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "command.h"
+#include "log_options.h"
+
+namespace {
+
+std::string joined(const std::vector<std::string>& words) {
+   std::string text;
+   for (const std::string& word : words) {
+      text += (text.empty() ? "" : " ") + word;
+   }
+   return text;
+}
+
+std::vector<std::string> option_words(const COMMAND& command) {
+   std::vector<std::string> words;
+   for (const CLI::Option* option : visible_options(*command.m_app)) {
+      for (const std::string& name : option->get_snames()) {
+         words.push_back("-" + name);
+      }
+      for (const std::string& name : option->get_lnames()) {
+         words.push_back("--" + name);
+      }
+   }
+   return words;
+}
+
+std::string bash_completion(COMMAND_TABLE& table) {
+   std::string text = "# bash completion for logdb\n_logdb() {\n"
+                      "   local word=${COMP_WORDS[COMP_CWORD]} words=\n"
+                      "   COMPREPLY=()\n"
+                      "   if ((COMP_CWORD == 1)); then\n"
+                      "      words=\"" +
+                      joined(table.names()) +
+                      " help\"\n"
+                      "   elif [[ $word == -* ]]; then\n"
+                      "      case ${COMP_WORDS[1]} in\n";
+   for (const COMMAND& command : table.commands()) {
+      text += "      " + command.m_name + ") words=\"" + joined(option_words(command)) + "\" ;;\n";
+   }
+   return text +
+          "      esac\n"
+          "   else\n"
+          "      case ${COMP_WORDS[1]} in\n"
+          "      help) words=\"" +
+          joined(table.names()) +
+          "\" ;;\n"
+          "      completion) words=\"bash zsh fish\" ;;\n"
+          "      esac\n"
+          "   fi\n"
+          "   if [[ -n $words ]]; then\n"
+          "      mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$word\")\n"
+          "   fi\n"
+          "}\n"
+          "complete -o default -F _logdb logdb\n";
+}
+
+/// A text between single quotes, for zsh and fish.
+std::string quoted(const std::string& text) {
+   std::string result = "'";
+   for (const char byte : text) {
+      result += byte == '\'' ? "'\\''" : std::string(1, byte);
+   }
+   return result + "'";
+}
+
+std::string zsh_completion(COMMAND_TABLE& table) {
+   std::string text = "#compdef logdb\n_logdb() {\n"
+                      "   if ((CURRENT == 2)); then\n"
+                      "      local -a commands=(\n";
+   for (const COMMAND& command : table.commands()) {
+      text += "         " + quoted(command.m_name + ":" + command.m_summary) + "\n";
+   }
+   text += "      )\n"
+           "      _describe command commands\n"
+           "      return\n"
+           "   fi\n"
+           "   if [[ $PREFIX != -* ]]; then\n"
+           "      _files\n"
+           "      return\n"
+           "   fi\n"
+           "   case $words[2] in\n";
+   for (const COMMAND& command : table.commands()) {
+      text += "   " + command.m_name + ") compadd -- " + joined(option_words(command)) + " ;;\n";
+   }
+   return text + "   esac\n}\n_logdb \"$@\"\n";
+}
+
+std::string fish_completion(COMMAND_TABLE& table) {
+   std::string text = "# fish completion for logdb\n";
+   for (const COMMAND& command : table.commands()) {
+      text += "complete -c logdb -n __fish_use_subcommand -f -a " + command.m_name + " -d " +
+              quoted(command.m_summary) + "\n";
+      for (const CLI::Option* option : visible_options(*command.m_app)) {
+         text += "complete -c logdb -n '__fish_seen_subcommand_from " + command.m_name + "'";
+         for (const std::string& name : option->get_snames()) {
+            text += " -s " + name;
+         }
+         for (const std::string& name : option->get_lnames()) {
+            text += " -l " + name;
+         }
+         text += std::string(option->get_type_size() == 0 ? "" : " -r") + " -d " +
+                 quoted(option->get_description()) + "\n";
+      }
+   }
+   return text;
+}
+
+} // namespace
+
+void add_completion(COMMAND_TABLE& table) {
+   COMMAND& command = table.add("completion", "Print a completion script for a shell");
+   command.m_description =
+       "Prints what a shell has to know to complete commands and options. It is made from the table"
+       " that the command line is parsed with.";
+   command.m_examples = {{"completion bash", "for ~/.local/share/bash-completion/completions/logdb"},
+                         {"completion zsh", "for a file _logdb in a folder of $fpath"},
+                         {"completion fish", "for ~/.config/fish/completions/logdb.fish"}};
+   auto shell = std::make_shared<std::string>();
+   limit_choices(command.m_app->add_option("SHELL", *shell, "The shell")->required(), {"bash", "zsh", "fish"});
+   command.m_run = [shell, &table] {
+      OUTPUT output(COLOUR_CHOICE::NEVER);
+      output << (*shell == "bash"  ? bash_completion(table)
+                 : *shell == "zsh" ? zsh_completion(table)
+                                   : fish_completion(table));
+      output.flush();
+      return STATUS::FINE;
+   };
+}

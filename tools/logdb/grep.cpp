@@ -1,0 +1,307 @@
+#include <memory>
+
+#include <CLI/CLI.hpp>
+#include <re2/re2.h>
+
+#include "command.h"
+#include "database_scanner.h"
+#include "json.h"
+#include "log_options.h"
+#include "text.h"
+
+namespace {
+
+struct GREP_OPTIONS {
+   LOG_OPTIONS m_log;
+   std::string m_pattern;
+   std::vector<std::string> m_fields;
+   bool m_is_glob = false;
+   bool m_is_fixed = false;
+   bool m_ignores_case = false;
+   bool m_is_inverted = false;
+   bool m_counts = false;
+   bool m_lists_files = false;
+   bool m_json = false;
+};
+
+/// Decides which items match.
+class MATCHER {
+public:
+   explicit MATCHER(const GREP_OPTIONS& options) : m_options(options) {
+      const std::string pattern = options.m_is_fixed ? re2::RE2::QuoteMeta(options.m_pattern) : options.m_pattern;
+      m_expression = compile(options.m_is_glob ? glob_as_expression(options.m_pattern) : pattern);
+   }
+
+   /// Whether a line has to be looked at: false only if no field of it can match.
+   bool may_match(std::string_view line) const {
+      return !can_prefilter() || re2::RE2::PartialMatch(piece(line), *m_expression);
+   }
+
+   /// Where in a text the next line stands that has to be looked at; npos when there is none.
+   std::size_t find(std::string_view text, std::size_t from) const {
+      re2::StringPiece found;
+      const bool is_found = m_expression->Match(piece(text), from, text.size(), re2::RE2::UNANCHORED, &found, 1);
+      return is_found ? static_cast<std::size_t>(found.data() - text.data()) : std::string_view::npos;
+   }
+
+   /// A pattern that looks at where a field begins or ends says nothing about a line.
+   bool can_prefilter() const {
+      return !m_options.m_is_glob &&
+             (m_options.m_is_fixed || m_options.m_pattern.find_first_of("^$\\") == std::string::npos);
+   }
+
+   bool matches(const LOG_ITEM& item) const {
+      if (m_options.m_fields.empty() && matches_text(item.m_kind_name)) {
+         return true;
+      }
+      for (const FIELD& field : item.m_fields) {
+         if (field.is_element() && is_wanted(field) && matches_text(field.m_value)) {
+            return true;
+         }
+      }
+      return false;
+   }
+
+   const re2::RE2& expression() const { return *m_expression; }
+
+private:
+   static re2::StringPiece piece(std::string_view text) { return {text.data(), text.size()}; }
+
+   std::unique_ptr<re2::RE2> compile(const std::string& pattern) const {
+      re2::RE2::Options options;
+      // Names are bytes. A match never goes over the end of a line, so whole blocks can be searched.
+      options.set_encoding(re2::RE2::Options::EncodingLatin1);
+      options.set_case_sensitive(!m_options.m_ignores_case);
+      options.set_never_nl(true);
+      options.set_log_errors(false);
+      auto expression = std::make_unique<re2::RE2>(pattern, options);
+      if (!expression->ok()) {
+         throw TOOL_ERROR(STATUS::USAGE, "grep: '" + m_options.m_pattern + "': " + expression->error() +
+                                             "; --fixed takes the pattern as it is");
+      }
+      return expression;
+   }
+
+   // "*" and "?" alone have a meaning, as names are full of brackets.
+   static std::string glob_as_expression(const std::string& glob) {
+      std::string expression = "^";
+      for (const char byte : glob) {
+         expression += byte == '*' ? ".*" : byte == '?' ? "." : re2::RE2::QuoteMeta(std::string(1, byte));
+      }
+      return expression + "$";
+   }
+
+   bool matches_text(std::string_view text) const { return re2::RE2::PartialMatch(piece(text), *m_expression); }
+
+   bool is_wanted(const FIELD& field) const {
+      return m_options.m_fields.empty() ||
+             std::any_of(m_options.m_fields.begin(), m_options.m_fields.end(),
+                         [&field](const auto& name) { return name == field.m_name; });
+   }
+
+   const GREP_OPTIONS& m_options;
+   std::unique_ptr<re2::RE2> m_expression;
+};
+
+class GREP {
+public:
+   explicit GREP(const GREP_OPTIONS& options)
+       : m_options(options), m_matcher(options), m_output(options.m_log.colour()) {}
+
+   STATUS search_all() {
+      STATUS status = STATUS::FINE;
+      const std::vector<std::string> paths = m_options.m_log.paths();
+      m_has_many_files = paths.size() > 1;
+      for (const std::string& path : paths) {
+         try {
+            m_name = display_name(path);
+            m_count = 0;
+            status = worse(status, search(path));
+            finish_file();
+         } catch (const TOOL_ERROR& error) {
+            if (error.m_status != STATUS::INPUT) {
+               throw;
+            }
+            tell(error.what());
+            status = STATUS::INPUT;
+         }
+      }
+      m_output.flush();
+      return status != STATUS::FINE ? status : m_total != 0 ? STATUS::FINE : STATUS::FINDINGS;
+   }
+
+private:
+   STATUS search(const std::string& path) {
+      const bool can_search_quickly =
+          path != "-" && !m_options.m_is_inverted && m_matcher.can_prefilter() && !m_options.m_json;
+      if (can_search_quickly) {
+         RECOGNISED_INPUT input = open_recognised(path, m_options.m_log.format());
+         if (input.m_format == LOG_FORMAT::DATABASE) {
+            return search_blocks(*input.m_input);
+         }
+      }
+      return search_items(path);
+   }
+
+   STATUS search_items(const std::string& path) {
+      LOG_OPTIONS one = m_options.m_log;
+      one.m_files = {path};
+      one.m_is_recursive = false;
+      return for_each_item(one, [this](const LOG_READER&, const LOG_ITEM& item) {
+         const bool may_match = item.m_format == LOG_FORMAT::FSYN || m_matcher.may_match(item.m_bytes);
+         if ((may_match && m_matcher.matches(item)) != m_options.m_is_inverted) {
+            take(item);
+         }
+         return !(m_options.m_lists_files && m_count != 0);
+      });
+   }
+
+   STATUS search_blocks(INPUT& input) {
+      BLOCK_SOURCE blocks(input);
+      bool is_first = true;
+      bool is_readable = true;
+      for (std::string_view lines = blocks.next(); is_readable && !lines.empty(); lines = blocks.next()) {
+         const std::string_view readable = readable_lines(lines);
+         is_readable = readable.size() == lines.size();
+         const std::size_t version = is_first && !readable.empty() ? readable.find('\n') + 1 : 0;
+         is_first = false;
+         search_lines(readable.substr(version));
+         if (m_options.m_lists_files && m_count != 0) {
+            return STATUS::FINE;
+         }
+      }
+      // A file without any line end is an empty database.
+      if (!is_readable || blocks.rest() > (is_first ? longest_database_line : 0)) {
+         tell(m_name + ": the file ends in a line that cannot be read; 'logdb check' tells more");
+         return STATUS::INPUT;
+      }
+      return STATUS::FINE;
+   }
+
+   void search_lines(std::string_view lines) {
+      std::size_t from = 0;
+      while (from < lines.size()) {
+         const std::size_t found = m_matcher.find(lines, from);
+         if (found >= lines.size()) {
+            return;
+         }
+         const std::size_t begin = found == 0 ? 0 : lines.rfind('\n', found - 1) + 1;
+         const std::size_t end = lines.find('\n', found);
+         split_entry(lines.substr(begin, end - begin), m_item);
+         m_item.m_bytes = lines.substr(begin, end + 1 - begin);
+         if (m_matcher.matches(m_item)) {
+            take(m_item);
+         }
+         from = end + 1;
+      }
+   }
+
+   void take(const LOG_ITEM& item) {
+      ++m_count;
+      ++m_total;
+      if (m_options.m_counts || m_options.m_lists_files) {
+         return;
+      }
+      if (m_options.m_json) {
+         std::string json = "{";
+         if (m_has_many_files) {
+            json += "\"file\":";
+            append_json_string(json, m_name);
+            json += ",";
+         }
+         json += "\"number\":" + std::to_string(item.m_number) + ",\"line\":" + std::to_string(item.m_line) + ",";
+         append_json_members(json, item);
+         m_output << json << "}\n";
+         return;
+      }
+      if (m_has_many_files && item.m_format == LOG_FORMAT::FSYN && m_count == 1) {
+         m_output.styled(STYLE::BOLD, "==> " + m_name + " <==");
+         m_output << '\n';
+      } else if (m_has_many_files && item.m_format == LOG_FORMAT::DATABASE) {
+         m_output.styled(STYLE::LABEL, m_name);
+         m_output << ':';
+      }
+      print_bytes(item.m_bytes);
+   }
+
+   // Line by line, because line ends are no data.
+   void print_bytes(std::string_view bytes) {
+      while (!bytes.empty()) {
+         const std::string_view line = bytes.substr(0, bytes.find('\n'));
+         print_line(line);
+         m_output << '\n';
+         bytes.remove_prefix(std::min(line.size() + 1, bytes.size()));
+      }
+   }
+
+   void print_line(std::string_view line) {
+      if (m_output.has_colour() && !m_options.m_is_inverted && m_matcher.can_prefilter()) {
+         for (re2::StringPiece found; m_matcher.expression().Match({line.data(), line.size()}, 0, line.size(),
+                                                                   re2::RE2::UNANCHORED, &found, 1) &&
+                                      !found.empty();) {
+            const auto begin = static_cast<std::size_t>(found.data() - line.data());
+            m_output.data(line.substr(0, begin));
+            m_output.styled(STYLE::MATCH, line.substr(begin, found.size()));
+            line.remove_prefix(begin + found.size());
+         }
+      }
+      m_output.data(line);
+   }
+
+   void finish_file() {
+      if (m_options.m_lists_files) {
+         if (m_count != 0) {
+            m_output.data(m_name);
+            m_output << '\n';
+         }
+      } else if (m_options.m_counts) {
+         if (m_has_many_files) {
+            m_output.data(m_name);
+            m_output << ':';
+         }
+         m_output << std::to_string(m_count) << '\n';
+      }
+   }
+
+   const GREP_OPTIONS& m_options;
+   MATCHER m_matcher;
+   OUTPUT m_output;
+   LOG_ITEM m_item;
+   std::string m_name;
+   bool m_has_many_files = false;
+   std::uint64_t m_count = 0;
+   std::uint64_t m_total = 0;
+};
+
+} // namespace
+
+void add_grep(COMMAND_TABLE& table) {
+   COMMAND& command = table.add("grep", "Print the entries and records that match a pattern");
+   command.m_description =
+       "Looks for a regular expression in every field of every entry and record, the kind included, and prints "
+       "what"
+       " matches whole, byte by byte as it stands in its file. ^ and $ are the beginning and the end of a field; a"
+       " match never goes over a field's end. Expressions are those of RE2. With --glob the whole field must "
+       "match a"
+       " pattern with * and ?. The status is 1 when nothing matches.\n"
+       "Needs the memory of one record.";
+   command.m_examples = {{"grep 'u1\\|sum' top.logdb top.fsyn", "what mentions a name"},
+                         {"grep -c --field 0 '^NOT_PACKED$' top.logdb", "how many registers were not packed"},
+                         {"grep --glob 'top|u1|*' top.fsyn", "what is below an instance"}};
+   auto options = std::make_shared<GREP_OPTIONS>();
+   CLI::App& app = *command.m_app;
+   app.add_option("PATTERN", options->m_pattern, "What to look for")->required();
+   add_log_options(app, options->m_log);
+   auto* glob = app.add_flag("-g,--glob", options->m_is_glob, "The pattern is a glob for whole fields");
+   app.add_flag("-F,--fixed", options->m_is_fixed, "The pattern stands for itself")->excludes(glob);
+   app.add_option("--field", options->m_fields, "Look in these fields only")
+       ->type_name("FIELD,...")
+       ->delimiter(',')
+       ->allow_extra_args(false);
+   app.add_flag("-i,--ignore-case", options->m_ignores_case, "Take A to Z and a to z as equal");
+   app.add_flag("-v,--invert-match", options->m_is_inverted, "Print what does not match");
+   app.add_flag("-c,--count", options->m_counts, "Print how many match");
+   app.add_flag("-l,--files-with-matches", options->m_lists_files, "Print the names of files with a match");
+   app.add_flag("--json", options->m_json, "One JSON object a match");
+   command.m_run = [options] { return GREP(*options).search_all(); };
+}

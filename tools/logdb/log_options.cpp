@@ -1,0 +1,196 @@
+#include "log_options.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <exception>
+
+#include <CLI/CLI.hpp>
+#include <unistd.h>
+
+#include "command.h"
+#include "text.h"
+
+namespace {
+
+bool is_kind(const std::string& name) {
+   const auto is_name = [&name](std::string_view kind) { return matches_glob(name, kind); };
+   const auto& entries = kind_names(LOG_FORMAT::DATABASE);
+   const auto& records = kind_names(LOG_FORMAT::FSYN);
+   return std::any_of(entries.begin(), entries.end(), is_name) ||
+          std::any_of(records.begin(), records.end(), is_name) || name == "unknown";
+}
+
+std::vector<std::string> all_kind_names() {
+   std::vector<std::string> names = {"unknown"};
+   for (const LOG_FORMAT format : {LOG_FORMAT::DATABASE, LOG_FORMAT::FSYN}) {
+      for (const std::string_view kind : kind_names(format)) {
+         names.emplace_back(kind);
+      }
+   }
+   return names;
+}
+
+std::uint64_t range_end(std::string_view text, std::uint64_t otherwise) {
+   if (text.empty()) {
+      return otherwise;
+   }
+   std::uint64_t number = 0;
+   const std::from_chars_result end = std::from_chars(text.data(), text.data() + text.size(), number);
+   if (end.ec != std::errc() || end.ptr != text.data() + text.size()) {
+      throw TOOL_ERROR(STATUS::USAGE, "--range: '" + std::string(text) + "' is no number");
+   }
+   return number;
+}
+
+std::string upper_case(std::string text) {
+   for (char& byte : text) {
+      byte = 'a' <= byte && byte <= 'z' ? static_cast<char>(byte - 'a' + 'A') : byte;
+   }
+   return text;
+}
+
+} // namespace
+
+std::optional<LOG_FORMAT> LOG_OPTIONS::format() const {
+   if (m_format.empty()) {
+      return {};
+   }
+   return m_format == "fsyn" ? LOG_FORMAT::FSYN : LOG_FORMAT::DATABASE;
+}
+
+COLOUR_CHOICE LOG_OPTIONS::colour() const {
+   return m_colour == "always"  ? COLOUR_CHOICE::ALWAYS
+          : m_colour == "never" ? COLOUR_CHOICE::NEVER
+                                : COLOUR_CHOICE::AUTO;
+}
+
+std::vector<std::string> LOG_OPTIONS::paths() const {
+   std::vector<std::string> paths = expand_paths(m_files, m_is_recursive);
+   if (!m_is_recursive || format().has_value()) {
+      return paths;
+   }
+   // A folder holds other files, too. One that was named is a mistake if it is no log.
+   const auto is_other_file = [this](const std::string& path) {
+      if (std::find(m_files.begin(), m_files.end(), path) != m_files.end()) {
+         return false;
+      }
+      try {
+         open_recognised(path);
+         return false;
+      } catch (const NO_LOG&) {
+         return true;
+      } catch (const TOOL_ERROR&) {
+         return false;
+      }
+   };
+   std::erase_if(paths, is_other_file);
+   return paths;
+}
+
+void add_format_option(CLI::App& app, LOG_OPTIONS& options) {
+   limit_choices(app.add_option("--as", options.m_format, "What the files are, instead of what they look like")
+                     ->type_name("FORMAT"),
+                 {"logdb", "fsyn"});
+}
+
+void add_colour_option(CLI::App& app, LOG_OPTIONS& options) {
+   limit_choices(app.add_option("--color,--colour", options.m_colour, "When to use colour")
+                     ->type_name("WHEN")
+                     ->capture_default_str(),
+                 {"auto", "always", "never"});
+}
+
+void add_log_options(CLI::App& app, LOG_OPTIONS& options) {
+   app.add_option("FILE", options.m_files, "The logs; - is standard input")->required();
+   app.add_flag("-r,--recursive", options.m_is_recursive, "Take all files in folders");
+   add_format_option(app, options);
+   add_colour_option(app, options);
+}
+
+void add_selection_options(CLI::App& app, SELECTION& selection) {
+   app.add_option("-k,--kind", selection.m_kinds, "Only these kinds, for example REGISTER_PACKING or 'SET_*'")
+       ->type_name("KIND,...")
+       ->delimiter(',')
+       ->allow_extra_args(false);
+   app.add_option("-n,--node", selection.m_nodes,
+                  "Only what is about a node that matches, in any of its fields; * and ? match as in a shell")
+       ->type_name("GLOB")
+       ->allow_extra_args(false);
+   app.add_option("--range", selection.m_range, "Only these numbers: A:B, A: or :B, from 1")->type_name("A:B");
+   limit_choices(
+       app.add_option("--phase", selection.m_phase, "Only what was done in this phase")->type_name("PHASE"),
+       {"pre", "post"});
+}
+
+void SELECTION::prepare() {
+   for (std::string& kind : m_kinds) {
+      if (kind != "unknown") {
+         kind = upper_case(kind);
+      }
+      if (!is_kind(kind)) {
+         throw TOOL_ERROR(STATUS::USAGE,
+                          "--kind: there is no kind '" + kind + "'" + suggestion(kind, all_kind_names()));
+      }
+   }
+   if (m_range.empty()) {
+      return;
+   }
+   const std::size_t colon = m_range.find(':');
+   m_first = range_end(std::string_view(m_range).substr(0, colon), 1);
+   m_last = colon == std::string::npos ? m_first : range_end(std::string_view(m_range).substr(colon + 1), m_last);
+}
+
+bool SELECTION::accepts_kind(const LOG_ITEM& item) const {
+   return m_kinds.empty() || std::any_of(m_kinds.begin(), m_kinds.end(), [&item](const std::string& kind) {
+             return item.m_kind < 0 ? kind == "unknown" : matches_glob(kind, item.m_kind_name);
+          });
+}
+
+bool SELECTION::accepts_node(const LOG_ITEM& item) const {
+   const auto matches = [this](const FIELD& field) {
+      return field.m_type == FIELD_TYPE::NODE && field.is_element() &&
+             std::any_of(m_nodes.begin(), m_nodes.end(),
+                         [&field](const std::string& glob) { return matches_glob(glob, field.m_value); });
+   };
+   return m_nodes.empty() || std::any_of(item.m_fields.begin(), item.m_fields.end(), matches);
+}
+
+bool SELECTION::accepts(const LOG_ITEM& item) const {
+   if (!m_phase.empty() && item.m_phase != (m_phase == "pre" ? PHASE::PRE : PHASE::POST)) {
+      return false;
+   }
+   return item.m_number >= m_first && item.m_number <= m_last && accepts_kind(item) && accepts_node(item);
+}
+
+void tell(const std::string& text) {
+   std::fputs(("logdb: " + (::isatty(STDERR_FILENO) == 1 ? escaped_for_terminal(text) : text) + "\n").c_str(),
+              stderr);
+}
+
+STATUS worse(STATUS left, STATUS right) {
+   return std::max(left, right);
+}
+
+STATUS for_each_item(const LOG_OPTIONS& options, const std::function<bool(LOG_READER&, LOG_ITEM&)>& action) {
+   STATUS status = STATUS::FINE;
+   for (const std::string& path : options.paths()) {
+      try {
+         const std::unique_ptr<LOG_READER> reader = open_log(path, options.format());
+         LOG_ITEM item;
+         while (reader->next(item) && action(*reader, item)) {
+         }
+         if (!reader->trouble().empty()) {
+            tell(reader->trouble());
+         }
+         status = worse(status, reader->has_failed() ? STATUS::INPUT : STATUS::FINE);
+      } catch (const TOOL_ERROR& error) {
+         if (error.m_status != STATUS::INPUT) {
+            throw;
+         }
+         tell(error.what());
+         status = STATUS::INPUT;
+      }
+   }
+   return status;
+}

@@ -1,0 +1,330 @@
+#include "output.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <zlib.h>
+#include <zstd.h>
+
+#include "status.h"
+#include "text.h"
+
+namespace {
+
+constexpr std::size_t block_size = std::size_t{1} << 16U;
+
+void write_all(int file, std::string_view bytes, const std::string& name) {
+   while (!bytes.empty()) {
+      const ssize_t written = ::write(file, bytes.data(), bytes.size());
+      if (written < 0 && errno == EINTR) {
+         continue;
+      }
+      if (written < 0 && errno == EPIPE) {
+         throw CLOSED_PIPE();
+      }
+      if (written < 0) {
+         throw TOOL_ERROR(STATUS::OUTPUT, system_error_text(name));
+      }
+      bytes.remove_prefix(static_cast<std::size_t>(written));
+   }
+}
+
+const char* colour_code(STYLE style) {
+   switch (style) {
+   case STYLE::KIND:
+      return "\x1b[1;36m";
+   case STYLE::LABEL:
+      return "\x1b[33m";
+   case STYLE::NODE:
+      return "\x1b[32m";
+   case STYLE::FAINT:
+      return "\x1b[2m";
+   case STYLE::GOOD:
+      return "\x1b[32m";
+   case STYLE::BAD:
+      return "\x1b[1;31m";
+   case STYLE::WARNING:
+      return "\x1b[1;33m";
+   case STYLE::MATCH:
+      return "\x1b[1;31m";
+   case STYLE::BOLD:
+      break;
+   }
+   return "\x1b[1m";
+}
+
+bool environment_allows_colour() {
+   const char* no_colour = std::getenv("NO_COLOR");
+   const char* terminal = std::getenv("TERM");
+   return (no_colour == nullptr || *no_colour == '\0') &&
+          (terminal == nullptr || std::strcmp(terminal, "dumb") != 0);
+}
+
+/// Standard output as a sink.
+class STANDARD_SINK : public SINK {
+public:
+   void write(std::string_view bytes) override {
+      m_buffer += bytes;
+      if (m_buffer.size() >= block_size) {
+         flush();
+      }
+   }
+   void close() override { flush(); }
+
+private:
+   void flush() {
+      write_all(STDOUT_FILENO, m_buffer, "standard output");
+      m_buffer.clear();
+   }
+   std::string m_buffer;
+};
+
+/// A file under a temporary name beside its place.
+class FILE_SINK : public SINK {
+public:
+   explicit FILE_SINK(std::string path) : m_path(std::move(path)) {
+      m_temporary = m_path + ".XXXXXX";
+      m_file = ::mkostemp(m_temporary.data(), O_CLOEXEC);
+      if (m_file < 0) {
+         throw TOOL_ERROR(STATUS::OUTPUT, system_error_text(m_path));
+      }
+   }
+   ~FILE_SINK() override {
+      if (m_file >= 0) {
+         ::close(m_file);
+         ::unlink(m_temporary.c_str());
+      }
+   }
+   FILE_SINK(const FILE_SINK&) = delete;
+   FILE_SINK& operator=(const FILE_SINK&) = delete;
+
+   void write(std::string_view bytes) override {
+      m_buffer += bytes;
+      if (m_buffer.size() >= block_size) {
+         flush();
+      }
+   }
+
+   void close() override {
+      flush();
+      take_over_mode();
+      check(::fsync(m_file) == 0);
+      check(::close(std::exchange(m_file, -1)) == 0);
+      if (::rename(m_temporary.c_str(), m_path.c_str()) != 0) {
+         const int reason = errno;
+         ::unlink(m_temporary.c_str());
+         errno = reason;
+         check(false);
+      }
+      sync_folder();
+   }
+
+private:
+   void flush() {
+      write_all(m_file, m_buffer, m_path);
+      m_buffer.clear();
+   }
+
+   void check(bool succeeded) const {
+      if (!succeeded) {
+         throw TOOL_ERROR(STATUS::OUTPUT, system_error_text(m_path));
+      }
+   }
+
+   // A file that was there keeps its mode; a new one gets what the process gives to all its files.
+   void take_over_mode() const {
+      struct stat status = {};
+      mode_t mode = 0;
+      if (::stat(m_path.c_str(), &status) == 0) {
+         mode = status.st_mode & 07777U;
+      } else {
+         const mode_t mask = ::umask(0);
+         ::umask(mask);
+         mode = 0666U & ~mask;
+      }
+      check(::fchmod(m_file, mode) == 0);
+   }
+
+   // The new name is on the disk only when the folder is.
+   void sync_folder() const {
+      const std::string folder = std::filesystem::path(m_path).parent_path().string();
+      const int file = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+      if (file >= 0) {
+         ::fsync(file);
+         ::close(file);
+      }
+   }
+
+   std::string m_path;
+   std::string m_temporary;
+   std::string m_buffer;
+   int m_file = -1;
+};
+
+class GZIP_SINK : public SINK {
+public:
+   explicit GZIP_SINK(std::unique_ptr<SINK> next) : m_next(std::move(next)) {
+      // 16 asks for the gzip frame, whose time stays 0: the same input gives the same bytes.
+      constexpr int window_bits = 15 + 16;
+      if (deflateInit2(&m_stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, window_bits, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
+         throw TOOL_ERROR(STATUS::INTERNAL, "the compressor does not start");
+      }
+   }
+   ~GZIP_SINK() override { deflateEnd(&m_stream); }
+   GZIP_SINK(const GZIP_SINK&) = delete;
+   GZIP_SINK& operator=(const GZIP_SINK&) = delete;
+
+   void write(std::string_view bytes) override {
+      m_pending += bytes;
+      if (m_pending.size() >= block_size) {
+         compress(Z_NO_FLUSH);
+      }
+   }
+   void close() override {
+      compress(Z_FINISH);
+      m_next->close();
+   }
+
+private:
+   void compress(int flush) {
+      m_stream.next_in = reinterpret_cast<Bytef*>(m_pending.data());
+      m_stream.avail_in = static_cast<uInt>(m_pending.size());
+      do {
+         m_stream.next_out = reinterpret_cast<Bytef*>(m_block.data());
+         m_stream.avail_out = static_cast<uInt>(m_block.size());
+         deflate(&m_stream, flush);
+         m_next->write({m_block.data(), m_block.size() - m_stream.avail_out});
+      } while (m_stream.avail_out == 0);
+      m_pending.clear();
+   }
+
+   std::unique_ptr<SINK> m_next;
+   z_stream m_stream = {};
+   std::string m_pending;
+   std::string m_block = std::string(block_size, '\0');
+};
+
+class ZSTD_SINK : public SINK {
+public:
+   explicit ZSTD_SINK(std::unique_ptr<SINK> next) : m_next(std::move(next)), m_context(ZSTD_createCCtx()) {
+      if (m_context == nullptr) {
+         throw TOOL_ERROR(STATUS::INTERNAL, "the compressor does not start");
+      }
+   }
+   ~ZSTD_SINK() override { ZSTD_freeCCtx(m_context); }
+   ZSTD_SINK(const ZSTD_SINK&) = delete;
+   ZSTD_SINK& operator=(const ZSTD_SINK&) = delete;
+
+   void write(std::string_view bytes) override { compress(bytes, ZSTD_e_continue); }
+   void close() override {
+      compress({}, ZSTD_e_end);
+      m_next->close();
+   }
+
+private:
+   void compress(std::string_view bytes, ZSTD_EndDirective directive) {
+      ZSTD_inBuffer in = {bytes.data(), bytes.size(), 0};
+      bool finished = false;
+      while (!finished) {
+         ZSTD_outBuffer out = {m_block.data(), m_block.size(), 0};
+         const std::size_t left = ZSTD_compressStream2(m_context, &out, &in, directive);
+         if (ZSTD_isError(left) != 0U) {
+            throw TOOL_ERROR(STATUS::INTERNAL, "the compressor fails");
+         }
+         m_next->write({m_block.data(), out.pos});
+         finished = directive == ZSTD_e_end ? left == 0 : in.pos == in.size;
+      }
+   }
+
+   std::unique_ptr<SINK> m_next;
+   ZSTD_CCtx* m_context;
+   std::string m_block = std::string(block_size, '\0');
+};
+
+} // namespace
+
+std::string system_error_text(const std::string& name) {
+   return name + ": " + std::strerror(errno);
+}
+
+bool is_same_file(const std::string& left, const std::string& right) {
+   struct stat left_status = {};
+   struct stat right_status = {};
+   return ::stat(left.c_str(), &left_status) == 0 && ::stat(right.c_str(), &right_status) == 0 &&
+          left_status.st_dev == right_status.st_dev && left_status.st_ino == right_status.st_ino;
+}
+
+OUTPUT::OUTPUT(COLOUR_CHOICE choice)
+    : m_is_terminal(::isatty(STDOUT_FILENO) == 1),
+      m_has_colour(choice == COLOUR_CHOICE::ALWAYS ||
+                   (choice == COLOUR_CHOICE::AUTO && m_is_terminal && environment_allows_colour())) {
+   m_limit = m_is_terminal ? 1 << 12U : block_size;
+   winsize size = {};
+   if (m_is_terminal && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 20) {
+      m_width = size.ws_col;
+   }
+}
+
+void OUTPUT::data(std::string_view text) {
+   if (m_is_terminal) {
+      *this << escaped_for_terminal(text);
+   } else {
+      *this << text;
+   }
+}
+
+void OUTPUT::styled(STYLE style, std::string_view text) {
+   if (m_has_colour) {
+      *this << colour_code(style);
+   }
+   data(text);
+   if (m_has_colour) {
+      *this << "\x1b[0m";
+   }
+}
+
+std::string OUTPUT::painted(STYLE style, std::string_view text) const {
+   return m_has_colour ? colour_code(style) + std::string(text) + "\x1b[0m" : std::string(text);
+}
+
+void OUTPUT::flush() {
+   // What a write fails on must not be tried again at the end.
+   const std::string bytes = std::exchange(m_buffer, {});
+   write_all(STDOUT_FILENO, bytes, "standard output");
+   m_buffer.reserve(m_limit);
+}
+
+std::unique_ptr<SINK> open_sink(const std::string& path, const std::vector<std::string>& inputs, bool in_place) {
+   if (path == "-") {
+      return std::make_unique<STANDARD_SINK>();
+   }
+   for (const std::string& input : inputs) {
+      if (!in_place && input != "-" && is_same_file(path, input)) {
+         throw TOOL_ERROR(STATUS::USAGE, path + ": is an input; say --in-place to replace it");
+      }
+   }
+   std::error_code error;
+   std::string target = path;
+   // A link stays a link; what it points to is replaced.
+   if (std::filesystem::is_symlink(path, error)) {
+      const std::filesystem::path resolved = std::filesystem::weakly_canonical(path, error);
+      target = error ? path : resolved.string();
+   }
+   auto file = std::make_unique<FILE_SINK>(target);
+   if (path.ends_with(".gz")) {
+      return std::make_unique<GZIP_SINK>(std::move(file));
+   }
+   if (path.ends_with(".zst")) {
+      return std::make_unique<ZSTD_SINK>(std::move(file));
+   }
+   return file;
+}

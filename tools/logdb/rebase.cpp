@@ -1,0 +1,140 @@
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "command.h"
+#include "log_options.h"
+#include "logdb.h"
+#include "rewriting.h"
+#include "text.h"
+
+namespace {
+
+struct REBASE_OPTIONS {
+   LOG_OPTIONS m_log;
+   RESULT_OPTIONS m_result;
+   std::string m_file;
+   std::string m_from;
+   std::string m_to;
+};
+
+class REBASE {
+public:
+   explicit REBASE(const REBASE_OPTIONS& options) : m_options(options) {}
+
+   STATUS run() {
+      check_roots();
+      const std::unique_ptr<SINK> sink = open_result(m_options.m_result, {m_options.m_file});
+      bool has_version = false;
+      const auto take = [&](const WHOLE_ITEM& whole) {
+         if (whole.m_walker == nullptr && !has_version) {
+            sink->write(version_line);
+            has_version = true;
+         }
+         sink->write(whole.m_walker == nullptr ? rebased_entry(whole.m_item) : rebased_record(whole));
+      };
+      const LOG_FORMAT format = for_each_sound_item(m_options.m_file, m_options.m_log.format(), take);
+      if (format == LOG_FORMAT::DATABASE && !has_version) {
+         sink->write(version_line);
+      }
+      sink->close();
+      tell(grouped(m_moved) + " names moved, " + grouped(m_kept) + " were not below '" + m_options.m_from +
+           "' and stay");
+      return STATUS::FINE;
+   }
+
+private:
+   void check_roots() const {
+      if (m_options.m_from.ends_with('|') || m_options.m_to.ends_with('|')) {
+         throw TOOL_ERROR(STATUS::USAGE, "rebase: give roots without a bar at their end");
+      }
+      if (m_options.m_to.find_first_of(", \t\n\v\f\r") != std::string::npos) {
+         throw TOOL_ERROR(STATUS::USAGE, "rebase: no log can hold names with blanks, commas or line ends");
+      }
+   }
+
+   /// The new name. A node that is the old root becomes the new one.
+   bool rebase(std::string_view node, std::string& result) {
+      const std::string& from = m_options.m_from;
+      const std::string& to = m_options.m_to;
+      const bool is_moved = is_in_subtree(node, from) && !(to.empty() && node.size() == from.size());
+      ++(is_moved ? m_moved : m_kept);
+      if (!is_moved) {
+         result += node;
+         return false;
+      }
+      std::string_view rest = node.substr(from.size());
+      rest.remove_prefix(rest.starts_with('|') ? 1 : 0);
+      result += to;
+      result += to.empty() || (rest.empty() && !from.empty()) ? "" : "|";
+      result += rest;
+      return true;
+   }
+
+   std::string rebased_entry(const LOG_ITEM& item) {
+      std::string line;
+      const char* copied = item.m_bytes.data();
+      for (const FIELD& field : item.m_fields) {
+         if (field.m_type == FIELD_TYPE::NODE) {
+            line.append(copied, field.m_value.data());
+            rebase(field.m_value, line);
+            copied = field.m_value.data() + field.m_value.size();
+         }
+      }
+      return line.append(copied, item.m_bytes.data() + item.m_bytes.size());
+   }
+
+   std::string rebased_record(const WHOLE_ITEM& whole) {
+      const std::string_view bytes = whole.m_item.m_bytes;
+      const WORD_SOURCE& words = whole.m_walker->words();
+      std::string text;
+      std::size_t copied = 0;
+      for (const FIELD_PLACE& place : whole.m_walker->places()) {
+         const WORD_PLACE& word = words.places()[place.m_word];
+         const std::string_view name = bytes.substr(word.m_begin, word.m_size);
+         if (place.m_type != FIELD_TYPE::NODE || place.m_role != WORD_ROLE::FIELD || is_reserved(place, name)) {
+            continue;
+         }
+         text += bytes.substr(copied, word.m_begin - copied);
+         rebase(name, text);
+         copied = word.m_begin + word.m_size;
+      }
+      return text.append(bytes.substr(copied));
+   }
+
+   // Words that stand for no name.
+   static bool is_reserved(const FIELD_PLACE& place, std::string_view name) {
+      return (place.m_name == "enable_name" && name == "NO_ENABLE") ||
+             (place.m_name == "port_sources" && name == logdb_fsyn_unchanged_slot);
+   }
+
+   const REBASE_OPTIONS& m_options;
+   std::uint64_t m_moved = 0;
+   std::uint64_t m_kept = 0;
+};
+
+} // namespace
+
+void add_rebase(COMMAND_TABLE& table) {
+   COMMAND& command = table.add("rebase", "Move node names from one partition root to another");
+   command.m_description =
+       "Writes a log in which every node that is the root R1, or lies below it, lies at the same place below R2. "
+       "Names"
+       " are cut at levels of the hierarchy only: top|u1x is not below top|u1. Other names and all other bytes "
+       "stay. An"
+       " empty R1 puts R2 in front of every name, as relative files need it; an empty R2 takes R1 off.\n"
+       "Needs the memory of one record.";
+   command.m_examples = {
+       {"rebase --from 'top|u1' --to 'chip|core_3' top.logdb -o core_3.logdb",
+        "reuse decisions for another instance"},
+       {"rebase --from '' --to 'top|u1' part.logdb", "make the names of a relative file full ones"},
+       {"rebase --from 'top' --to '' top.fsyn", "the reverse: take the root off"}};
+   auto options = std::make_shared<REBASE_OPTIONS>();
+   CLI::App& app = *command.m_app;
+   app.add_option("FILE", options->m_file, "The log")->required();
+   app.add_option("--from", options->m_from, "Where names are now; may be empty")->type_name("R1")->required();
+   app.add_option("--to", options->m_to, "Where they are to be; may be empty")->type_name("R2")->required();
+   add_result_options(app, options->m_result);
+   add_format_option(app, options->m_log);
+   command.m_run = [options] { return REBASE(*options).run(); };
+}
