@@ -16,7 +16,7 @@ import command
 PROGRAM = sys.argv.pop(1)
 
 # What an entry or record may still have when it is whole.
-KEPT_BY_SALVAGE = "LDB005,LDB009,LDB013"
+KEPT_BY_SALVAGE = "LDB005,LDB009"
 
 
 class PropertiesTest(unittest.TestCase):

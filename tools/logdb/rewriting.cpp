@@ -96,8 +96,7 @@ LOG_FORMAT for_each_sound_item(const std::string& path, std::optional<LOG_FORMAT
    return for_each_whole_item(path, format, take, [&path](const FINDING& finding) {
       // What a copy of the bytes does not lose is no reason to stop.
       constexpr int unknown_kind = 5;
-      constexpr int empty_node = 13;
-      if (finding.is_error() && finding.m_rule != unknown_kind && finding.m_rule != empty_node) {
+      if (finding.is_error() && finding.m_rule != unknown_kind) {
          throw TOOL_ERROR(STATUS::INPUT, finding_text(display_name(path), finding) +
                                              "\nNothing was written; 'logdb salvage' keeps what is whole.");
       }

@@ -64,11 +64,10 @@ const std::vector<RULE>& rules() {
         "to"
         " one, and fields behind it move up. Or the line was cut.",
         "Write the entry again, from the database with full names."},
-       {13, error, "empty node name",
-        "An empty name is the name of no node: relative to a partition it is left out when it is written and "
-        "becomes"
-        " the root and a bar when it is read.",
-        "Put the name in, or remove the entry."},
+       {13, warning, "empty node name",
+        "An empty name is the name of no node. It reads back as it is, but relative to a partition it is left out "
+        "when it is written, and becomes the root and a bar when it is read.",
+        "Put the name in, or remove the entry, if the file is to be used for a partition."},
        {14, error, "node outside the partition",
         "Written relative to the partition root, this name is left out of its line, and the fields behind it move "
         "up.",
