@@ -25,7 +25,7 @@ public:
    ///                    escape byte is left out of the piece, at the end of the text it stands for itself
    /// \param comments    the set of bytes that end the text where they stand outside quotes
    /// \param trim        whether blanks and tabs at both ends of a piece are dropped, before the piece is
-   ///                    looked at for emptiness; quoted and escaped ones stay
+   ///                    looked at for emptiness; quoted and escaped ones stay, an escape byte at the end of the text, too
    ///
    /// A byte that is in several of the sets is an escape before a quote, a quote before a comment, and a
    /// comment before a separator. The sets are copied.
@@ -36,8 +36,8 @@ public:
    ///
    /// \param text    the text; any byte but those of the sets stands for itself, the zero byte included. It may
    ///                not be one of the tokens
-   /// \param tokens  receives the pieces in order, nothing else: what it held is replaced. The caller may
-   ///                move the pieces out of it
+   /// \param tokens  receives the pieces in order, nothing else: what it held is replaced. Strings that it
+   ///                held may be reused for their storage. The caller may move the pieces out of it
    void tokenize(const MEM_STRING& text, MEM_VECTOR<MEM_STRING>& tokens);
 
 private:

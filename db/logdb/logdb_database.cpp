@@ -201,7 +201,6 @@ public:
          entry->m_data_vector.clear();
          return false;
       }
-      m_tokens.clear();
       m_database.m_tokenizer.tokenize(m_line, m_tokens);
       if (m_tokens.empty()) {
          entry->m_data_vector.clear();

@@ -78,6 +78,7 @@ public:
          flush();
       }
    }
+   void finish() override { flush(); }
    void close() override { flush(); }
 
 private:
@@ -101,6 +102,8 @@ public:
    ~FILE_SINK() override {
       if (m_file >= 0) {
          ::close(m_file);
+      }
+      if (!m_has_its_name) {
          ::unlink(m_temporary.c_str());
       }
    }
@@ -114,17 +117,19 @@ public:
       }
    }
 
-   void close() override {
-      flush();
-      take_over_mode();
-      check(::fsync(m_file) == 0);
-      check(::close(std::exchange(m_file, -1)) == 0);
-      if (::rename(m_temporary.c_str(), m_path.c_str()) != 0) {
-         const int reason = errno;
-         ::unlink(m_temporary.c_str());
-         errno = reason;
-         check(false);
+   void finish() override {
+      if (m_file >= 0) {
+         flush();
+         take_over_mode();
+         check(::fsync(m_file) == 0);
+         check(::close(std::exchange(m_file, -1)) == 0);
       }
+   }
+
+   void close() override {
+      finish();
+      check(::rename(m_temporary.c_str(), m_path.c_str()) == 0);
+      m_has_its_name = true;
       sync_folder();
    }
 
@@ -168,6 +173,7 @@ private:
    std::string m_temporary;
    std::string m_buffer;
    int m_file = -1;
+   bool m_has_its_name = false;
 };
 
 class GZIP_SINK : public SINK {
@@ -189,8 +195,14 @@ public:
          compress(Z_NO_FLUSH);
       }
    }
+   void finish() override {
+      if (!std::exchange(m_is_finished, true)) {
+         compress(Z_FINISH);
+         m_next->finish();
+      }
+   }
    void close() override {
-      compress(Z_FINISH);
+      finish();
       m_next->close();
    }
 
@@ -209,6 +221,7 @@ private:
 
    std::unique_ptr<SINK> m_next;
    z_stream m_stream = {};
+   bool m_is_finished = false;
    std::string m_pending;
    std::string m_block = std::string(block_size, '\0');
 };
@@ -225,8 +238,14 @@ public:
    ZSTD_SINK& operator=(const ZSTD_SINK&) = delete;
 
    void write(std::string_view bytes) override { compress(bytes, ZSTD_e_continue); }
+   void finish() override {
+      if (!std::exchange(m_is_finished, true)) {
+         compress({}, ZSTD_e_end);
+         m_next->finish();
+      }
+   }
    void close() override {
-      compress({}, ZSTD_e_end);
+      finish();
       m_next->close();
    }
 
@@ -246,6 +265,7 @@ private:
    }
 
    std::unique_ptr<SINK> m_next;
+   bool m_is_finished = false;
    ZSTD_CCtx* m_context;
    std::string m_block = std::string(block_size, '\0');
 };

@@ -11,6 +11,7 @@
 /// Where results go: standard output, or files that appear whole or not at all.
 
 /// A sink of bytes. close() is what makes the bytes count; a sink that is destroyed without it leaves nothing.
+/// finish() brings the bytes to the disk, so that all that is left for close() is to give the file its name.
 class SINK {
 public:
    virtual ~SINK() = default;
@@ -18,6 +19,7 @@ public:
    SINK(const SINK&) = delete;
    SINK& operator=(const SINK&) = delete;
    virtual void write(std::string_view bytes) = 0;
+   virtual void finish() = 0;
    virtual void close() = 0;
 };
 

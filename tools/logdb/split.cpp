@@ -3,6 +3,9 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <string>
+#include <system_error>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -49,12 +52,15 @@ public:
          }
          m_has_end = m_has_end || (is_marker && item.m_kind == END_OF_LOG);
       });
-      OUTPUT output(m_options.m_log.colour());
       for (auto& [name, part] : m_parts) {
          if (m_has_end) {
             part.m_sink->write(marker_text(END_OF_LOG));
          }
-         part.m_sink->close();
+         part.m_sink->finish();
+      }
+      OUTPUT output(m_options.m_log.colour());
+      name_parts();
+      for (const auto& [name, part] : m_parts) {
          output.data(part.m_path);
          output << '\t' << std::to_string(part.m_count) << '\n';
       }
@@ -65,10 +71,30 @@ public:
 private:
    struct PART {
       std::string m_path;
+      bool m_is_new = false;
       std::unique_ptr<SINK> m_sink;
       std::uint64_t m_count = 0;
       PHASE m_phase = PHASE::NONE;
    };
+
+   // When a name cannot be given, those that were given before and were nobody's are taken back.
+   void name_parts() {
+      std::vector<std::string> new_names;
+      try {
+         for (auto& [name, part] : m_parts) {
+            part.m_sink->close();
+            if (part.m_is_new) {
+               new_names.push_back(part.m_path);
+            }
+         }
+      } catch (...) {
+         for (const std::string& name : new_names) {
+            std::error_code ignored;
+            std::filesystem::remove(name, ignored);
+         }
+         throw;
+      }
+   }
 
    std::string key_of(const LOG_ITEM& item) const {
       if (m_options.m_by == "kind") {
@@ -106,6 +132,7 @@ private:
       }
       part.m_path =
           (std::filesystem::path(m_options.m_folder) / (name + "." + format_name(item.m_format))).string();
+      part.m_is_new = !std::filesystem::exists(part.m_path);
       part.m_sink = open_sink(part.m_path, {m_options.m_file}, false);
       part.m_sink->write(item.m_format == LOG_FORMAT::DATABASE ? version_line : marker_text(REVISION_NUMBER));
    }
@@ -124,10 +151,8 @@ void add_split(COMMAND_TABLE& table) {
        "Writes the entries or records of a log to one file a kind, a phase or a partition, in a folder, and "
        "prints the"
        " names of the files with their numbers of items. A partition is what the first node lies in, at most"
-       " --levels levels deep; in file names its bars are dots. Every file is a whole log of its own. Either all "
-       "files "
-       "are"
-       " written or none.\n"
+       " --levels levels deep; in file names its bars are dots. Every file is a whole log of its own. None gets "
+       "its name before all are on the disk.\n"
        "Needs 64 kB a file that is written.";
    command.m_examples = {{"split --by kind top.logdb -d parts", "a database a kind"},
                          {"split --by partition --levels 2 top.logdb -d parts", "a database an instance"},

@@ -1,0 +1,306 @@
+"""Mutation testing of h/ and db/logdb/: see scripts/mutate."""
+
+import argparse
+import os
+import pathlib
+import random
+import re
+import shutil
+import subprocess
+import sys
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+EXPLAINED = "tests/mutants.txt"
+
+# Which test programs look at which source; the first pattern that fits counts. Those that are quick come first.
+DATABASE_TESTS = [
+    "logdb_database_entries_test", "logdb_database_writer_test", "logdb_database_reader_test",
+    "logdb_database_lifecycle_test", "logdb_database_files_test", "logdb_database_partition_test",
+    "logdb_database_streams_test", "logdb_database_bad_input_test", "logdb_database_failing_system_test",
+    "replay_database_reader", "replay_database_writer", "replay_partition", "format_samples_test",
+    "logdb_database_properties_test",
+]
+LOG_TESTS = [
+    "fsyn_writer_test", "fsyn_reader_test", "fsyn_record_classes_test", "fsyn_log_file_test", "fsyn_append_file_test",
+    "fsyn_system_calls_test", "fsyn_failing_system_test", "replay_fsyn_reader", "replay_fsyn_records",
+    "replay_append_file", "format_samples_test", "fsyn_cut_test", "fsyn_properties_test",
+]
+PROGRAMS = [
+    (r"db/logdb/logdb_database\.", DATABASE_TESTS),
+    (r"db/logdb/logdb_fsyn_", LOG_TESTS),
+    (r"db/logdb/logdb_report\.h", DATABASE_TESTS + LOG_TESTS),
+    (r"h/logdb_fsyn_", LOG_TESTS),
+    (r"h/.*translator_auto\.", ["translators_test", "replay_translators"] + DATABASE_TESTS),
+    (r"h/xtl_hash\.h", ["xtl_hash_test", "replay_hash", "translators_test", "logdb_database_failing_system_test"]),
+    (r"h/mem_alloc_sys\.", ["allocation_operator_test", "host_memory_test"] + DATABASE_TESTS),
+    (r"h/logdb", DATABASE_TESTS + ["translators_test"]),
+]
+
+TIMEOUT = 120
+
+
+class Mutant:
+    def __init__(self, file, line, old, new, what):
+        self.file = file
+        self.line = line  # from 0
+        self.old = old
+        self.new = new
+        self.what = what
+
+    def key(self):
+        return self.file, self.old.strip(), self.new.strip()
+
+    def __str__(self):
+        return f"{self.file}:{self.line + 1}: {self.what}\n   - {self.old.strip()}\n   + {self.new.strip()}"
+
+
+# ------------------------------------------------------------------------------------------------------------
+# Making mutants
+# ------------------------------------------------------------------------------------------------------------
+
+SWAPS = [
+    ("==", "!="), ("!=", "=="), (" < ", " <= "), (" <= ", " < "), (" > ", " >= "), (" >= ", " > "), ("&&", "||"),
+    ("||", "&&"), (" + ", " - "), (" - ", " + "), (" * ", " + "), (" / ", " * "), (" % ", " / "), ("++", "--"),
+    (" += ", " -= "), (" -= ", " += "), (" << ", " >> "), (" >> ", " << "), (" | ", " & "), (" & ", " | "),
+]
+
+
+def split_texts(line):
+    """The line as pairs (part, whether it is a text or a character), a comment at its end left out."""
+    parts = []
+    for match in re.finditer(r'"(?:\\.|[^"\\])*"|\'(?:\\.|[^\'\\])*\'|//.*|[^"\'/]+|.', line):
+        part = match.group()
+        if not part.startswith("//"):
+            parts.append((part, part[0] in "\"'" and len(part) > 1))
+    return parts
+
+
+def changed_constant(digits):
+    return str(int(digits) + 1)
+
+
+def changed_text(text):
+    """A text with another first letter; None when there is none that is safe to change."""
+    for index in range(1, len(text) - 1):
+        byte = text[index]
+        if byte in "\\%":
+            return None
+        if byte.isalpha():
+            return text[:index] + ("b" if byte == "a" else "a") + text[index + 1:]
+    return text[:1] + "a" + text[2:] if len(text) == 3 else None
+
+
+def line_mutants(file, number, line, before):
+    """The mutants of one line; `before` is the line in front of it."""
+    stripped = line.strip()
+    if not stripped or stripped.startswith(("//", "#", "static_assert")):
+        return
+    parts = split_texts(line)
+
+    def with_part(index, text):
+        return "".join(part for part, _ in parts[:index]) + text + "".join(part for part, _ in parts[index + 1:])
+
+    for index, (part, is_text) in enumerate(parts):
+        if is_text:
+            text = changed_text(part)
+            if text is not None:
+                yield Mutant(file, number, line, with_part(index, text), "text")
+            continue
+        for old, new in SWAPS:
+            for match in re.finditer(re.escape(old), part):
+                changed = part[:match.start()] + new + part[match.end():]
+                yield Mutant(file, number, line, with_part(index, changed), "operator")
+        for match in re.finditer(r"\b(true|false)\b", part):
+            new = "false" if match.group() == "true" else "true"
+            yield Mutant(file, number, line, with_part(index, part[:match.start()] + new + part[match.end():]),
+                         "truth")
+        for match in re.finditer(r"(?<![\w.])\d+(?![\w.'])", part):
+            changed = part[:match.start()] + changed_constant(match.group()) + part[match.end():]
+            yield Mutant(file, number, line, with_part(index, changed), "constant")
+        for match in re.finditer(r"!(?=[\w(])", part):
+            changed = part[:match.start()] + part[match.end():]
+            yield Mutant(file, number, line, with_part(index, changed), "not")
+
+    condition = re.fullmatch(r"(\s*(?:\} else )?if )\((.*)\) \{", line)
+    if condition:
+        yield Mutant(file, number, line, f"{condition.group(1)}(!({condition.group(2)})) {{", "condition")
+    # Whole statements; what is a declaration does not compile without it, and is left out then.
+    starts_statement = before.strip() == "" or before.rstrip().endswith((";", "{", "}", ":")) or "//" in before
+    if starts_statement and re.fullmatch(r"\s+[^{}]*[)\w\]];", line) and not stripped.startswith(("return", "using")):
+        indent = line[:len(line) - len(line.lstrip())]
+        yield Mutant(file, number, line, indent + ";", "statement")
+    if re.fullmatch(r"\s+(break|continue);", line):
+        yield Mutant(file, number, line, line.replace("break;", ";").replace("continue;", ";"), "statement")
+
+
+def all_mutants(files):
+    for file in files:
+        lines = (ROOT / file).read_text().split("\n")
+        for number, line in enumerate(lines):
+            yield from line_mutants(file, number, line, lines[number - 1] if number else "")
+
+
+def source_files():
+    names = sorted(path for folder in ("h", "db/logdb") for path in (ROOT / folder).iterdir()
+                   if path.suffix in (".h", ".cpp", ".inc"))
+    return [str(path.relative_to(ROOT)) for path in names]
+
+
+def programs_of(file):
+    for pattern, programs in PROGRAMS:
+        if re.match(pattern, file):
+            return programs
+    sys.exit(f"no tests are named for {file}")
+
+
+# ------------------------------------------------------------------------------------------------------------
+# Trying them
+# ------------------------------------------------------------------------------------------------------------
+
+class Tree:
+    """The copy of the tree, and its build."""
+
+    def __init__(self, folder):
+        self.folder = folder
+        self.build = folder.parent / "build"
+        self.jobs = str(os.cpu_count())
+
+    def make(self):
+        # Files that did not change keep their times, so that a second run builds little.
+        wanted = set()
+        for path in ROOT.rglob("*"):
+            relative = path.relative_to(ROOT)
+            if relative.parts[0] in ("build", ".git") or "__pycache__" in relative.parts or not path.is_file():
+                continue
+            wanted.add(relative)
+            target = self.folder / relative
+            if not target.is_file() or target.read_bytes() != path.read_bytes():
+                target.parent.mkdir(parents=True, exist_ok=True)
+                shutil.copyfile(path, target)
+                shutil.copymode(path, target)
+        for path in self.folder.rglob("*"):
+            if path.is_file() and path.relative_to(self.folder) not in wanted:
+                path.unlink()
+        subprocess.run(["cmake", "-S", self.folder, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
+                        "-DCMAKE_CXX_FLAGS_DEBUG=-O0", "-DLOGDB_STRICT=OFF", "-DLOGDB_BUILD_TOOLS=OFF",
+                        "-DLOGDB_BUILD_EXAMPLES=OFF", "-DLOGDB_INSTALL=OFF"], stdout=subprocess.DEVNULL, check=True)
+
+    def builds(self, programs):
+        done = subprocess.run(["cmake", "--build", self.build, "--parallel", self.jobs, "--target", *programs],
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
+        self.output = done.stdout.decode("utf-8", "replace")
+        return done.returncode == 0
+
+    def command(self, program):
+        if program.startswith("replay_"):
+            target = program[len("replay_"):]
+            return [self.build / "fuzz" / program, self.folder / "fuzz/corpus" / target, self.folder / "docs/samples"]
+        return [self.build / "tests" / program, "--gtest_brief=1", "--gtest_fail_fast"]
+
+    def notices(self, program):
+        """Whether the program ends in another way than well."""
+        try:
+            done = subprocess.run(self.command(program), cwd=self.build, stdout=subprocess.DEVNULL,
+                                  stderr=subprocess.DEVNULL, timeout=TIMEOUT, check=False)
+        except subprocess.TimeoutExpired:
+            return True
+        return done.returncode != 0
+
+    def try_mutant(self, mutant):
+        """Who noticed: the name of a program, "" for nobody, None when it is not even C++."""
+        path = self.folder / mutant.file
+        original = path.read_text()
+        lines = original.split("\n")
+        lines[mutant.line] = mutant.new
+        path.write_text("\n".join(lines))
+        try:
+            programs = programs_of(mutant.file)
+            if not self.builds(programs):
+                return None
+            return next((program for program in programs if self.notices(program)), "")
+        finally:
+            path.write_text(original)
+
+
+def explained_mutants():
+    """The mutants of the reviewed list, each with its reason."""
+    explained = {}
+    file = old = new = None
+    path = ROOT / EXPLAINED
+    for line in path.read_text().split("\n") if path.exists() else []:
+        if line.startswith("file "):
+            file = line[5:]
+        elif line.startswith("- "):
+            old = line[2:].strip()
+        elif line.startswith("+ "):
+            new = line[2:].strip()
+        elif line.startswith("= "):
+            explained[(file, old, new)] = line[2:]
+    return explained
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="scripts/mutate")
+    parser.add_argument("count", nargs="?", default="20", help="how many places, or 'all'")
+    parser.add_argument("--seed", type=int, default=1, help="for the choice of places")
+    parser.add_argument("--file", action="append", help="only this source, several times for several")
+    parser.add_argument("--list", action="store_true", help="print the places and change nothing")
+    parser.add_argument("--folder", type=pathlib.Path, default=ROOT / "build/mutate",
+                        help="where the copy is made and built")
+    options = parser.parse_args()
+
+    files = options.file or source_files()
+    mutants = list(all_mutants(files))
+    total = len(mutants)
+    random.Random(options.seed).shuffle(mutants)
+    if options.count != "all":
+        mutants = mutants[:int(options.count)]
+    if options.list:
+        for mutant in mutants:
+            print(mutant)
+        print(f"{len(mutants)} of {total} mutants")
+        return 0
+
+    tree = Tree(options.folder.resolve() / "tree")
+    tree.make()
+    programs = sorted({program for mutant in mutants for program in programs_of(mutant.file)})
+    if not tree.builds(programs):
+        sys.exit(f"the tree does not build as it is:\n{tree.output}")
+    unhappy = [program for program in programs if tree.notices(program)]
+    if unhappy:
+        sys.exit(f"the tests fail as they are: {' '.join(unhappy)}")
+
+    explained = explained_mutants()
+    caught = invalid = accepted = 0
+    survivors = []
+    for number, mutant in enumerate(mutants, 1):
+        start = time.monotonic()
+        noticed_by = tree.try_mutant(mutant)
+        if noticed_by is None:
+            invalid += 1
+            result = "does not compile"
+        elif noticed_by:
+            caught += 1
+            result = f"noticed by {noticed_by}"
+            if mutant.key() in explained:
+                result += f"; {EXPLAINED} says that no test can"
+        elif mutant.key() in explained:
+            accepted += 1
+            result = f"unnoticed, explained: {explained[mutant.key()]}"
+        else:
+            survivors.append(mutant)
+            result = "UNNOTICED"
+        print(f"{number}/{len(mutants)} {mutant}\n   {result} ({time.monotonic() - start:.1f} s)", flush=True)
+
+    tried = caught + len(survivors)
+    share = 100.0 * caught / tried if tried else 0.0
+    print(f"\n{len(mutants)} of {total} mutants: {invalid} do not compile, {caught} noticed, {accepted} unnoticed and "
+          f"explained, {len(survivors)} unnoticed: {share:.1f} % of {tried}")
+    for mutant in survivors:
+        print(f"file {mutant.file}\n- {mutant.old.strip()}\n+ {mutant.new.strip()}\n")
+    return 1 if survivors or share < 95 else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
