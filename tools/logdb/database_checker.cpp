@@ -23,7 +23,7 @@ public:
             set_kind(piece);
          }
          m_is_plain = m_kind >= 0;
-      } else if (piece.empty() && ((m_nodes >> position) & 1U) != 0) {
+      } else if (piece.empty() && is_node_piece(m_nodes, position)) {
          m_is_plain = false;
       }
    }

@@ -31,9 +31,14 @@ bool find_masks(const char* bytes, std::size_t steps, BYTE_MASKS* masks);
 struct ENTRY_SHAPE {
    int m_kind = -1;              ///< -1 for a name that is none
    unsigned m_pieces = 0;        ///< with the name of the kind
-   unsigned m_nodes = 0;         ///< a bit for each piece that is a node name
+   unsigned m_nodes = 0;         ///< a bit for each piece that is a node name; see is_node_piece
    bool m_is_debug_name = false; ///< whether the name is spelled as it is written
 };
+
+/// Whether the piece at a position is a node name. A line may have more pieces than there are bits.
+inline bool is_node_piece(unsigned nodes, unsigned position) {
+   return position < 32 && ((nodes >> position) & 1U) != 0;
+}
 
 /// The shape of the kind that a name stands for.
 ENTRY_SHAPE shape_of_kind(std::string_view name);

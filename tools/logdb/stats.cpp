@@ -54,7 +54,7 @@ public:
          if (piece != m_kind_name) {
             set_kind(piece);
          }
-      } else if (((m_nodes >> position) & 1U) != 0) {
+      } else if (is_node_piece(m_nodes, position)) {
          m_counters.add_node(piece, bars);
       }
    }
