@@ -122,9 +122,9 @@ public:
    /// the file. The database stays loaded, unchanged.
    ///
    /// Reports: "Commiting logdb database when database is not loaded", and then no file is touched; "LOGDB has
-   /// not bee initialized with the revision name and db_type.", and then "unknown logdb_db_type". A field with a comma in it is reported too
-   /// ("log database write failed: string has field separator character"), and written. A file that cannot
-   /// be opened, written or closed is not reported.
+   /// not bee initialized with the revision name and db_type.", and then "unknown logdb_db_type". A field with
+   /// a comma in it is reported too ("log database write failed: string has field separator character"), and
+   /// written. A file that cannot be opened, written or closed is not reported.
    LOGDB_EXPORT static void commit_database();
 
    /// Writes the loaded database to a named file, its node names relative to a partition: the root, and a "|"

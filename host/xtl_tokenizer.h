@@ -25,7 +25,8 @@ public:
    ///                    escape byte is left out of the piece, at the end of the text it stands for itself
    /// \param comments    the set of bytes that end the text where they stand outside quotes
    /// \param trim        whether blanks and tabs at both ends of a piece are dropped, before the piece is
-   ///                    looked at for emptiness; quoted and escaped ones stay, an escape byte at the end of the text, too
+   ///                    looked at for emptiness; quoted and escaped ones stay, an escape byte at the end of
+   ///                    the text, too
    ///
    /// A byte that is in several of the sets is an escape before a quote, a quote before a comment, and a
    /// comment before a separator. The sets are copied.

@@ -9,7 +9,8 @@
 /// What a LOGDB_DATABASE does. Everything is public to the sources and tests of this tree; nothing is exported.
 ///
 /// The stream operations work on any stream. They neither open, close nor flush it. The readers leave it in the
-/// state and at the position in which std::istream::getline would (its gcount is unspecified); the writers do not look at its state.
+/// state and at the position in which std::istream::getline would; its gcount is unspecified. The writers do not
+/// look at its state.
 class LOGDB_DATABASE_IMPL {
 public:
    LOGDB_DATABASE_IMPL();

@@ -25,8 +25,8 @@
 // An owner has a bin for each block size. A bin hands out blocks from its window, a row of free blocks in one
 // of its spans, front to back. A released block right in front of the window joins it, so that strings which
 // come and go use the same few bytes; any other has a bit set in the chunk's map of free blocks, one bit for 16
-// bytes: no two blocks begin in the same 16. When the window is used up, the bin takes the next row of free blocks in that span, then one in
-// another of its spans, and only then a new span.
+// bytes: no two blocks begin in the same 16. When the window is used up, the bin takes the next row of free
+// blocks in that span, then one in another of its spans, and only then a new span.
 //
 // A span without live blocks goes back to its chunk, unless its bin has its window there. A chunk without live
 // blocks goes back to the system, but for one that is kept for what comes next. The first chunks have ordinary
