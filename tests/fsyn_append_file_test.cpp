@@ -277,6 +277,17 @@ TEST_F(FSYN_APPEND_FILE, a_log_that_ends_inside_a_record_is_appended_to_itself_o
                                         "n\nPHYSICAL_SYNTHESIS_DELETE_ATOM\nd\na\nEND_OF_DELETE_ATOM\n");
 }
 
+TEST_F(FSYN_APPEND_FILE, a_device_has_no_end_to_stop_at) {
+   m_log.print_line("PHYSICAL_SYNTHESIS_SET_USER_LCELL");
+   EXPECT_TRUE(m_log.append_file("/dev/null"));
+   EXPECT_EQ(read_file("log.fsyn"), user_lcell);
+   LOGDB_FSYN_LOG_FILE device("/dev/null");
+   device.init(true);
+   device.print_line("PHYSICAL_SYNTHESIS_SET_USER_LCELL");
+   EXPECT_TRUE(device.append_file("/dev/null"));
+   EXPECT_EQ(take_reports(), REPORTS());
+}
+
 TEST_F(FSYN_APPEND_FILE, a_log_that_is_not_enabled_can_be_appended_to_itself) {
    write_file("log.fsyn", std::string(user_lcell) + "n\n");
    m_log.init(false);

@@ -313,6 +313,8 @@ TEST_F(LOGDB_DATABASE_BAD_INPUT, null_pointers_are_reported_or_count_as_empty) {
    LOGDB_DATABASE::commit_database(nullptr, nullptr);
    MEM_STRING name;
    LOGDB_DATABASE::make_db_filename(nullptr, LOGDB_DB_TYPE_CMP, &name);
+   LOGDB_DATABASE::make_db_filename("r", LOGDB_DB_TYPE_CMP, nullptr);
+   LOGDB_DATABASE::make_db_extension(LOGDB_DB_TYPE_CMP, nullptr);
    LOGDB_DATABASE::copy_database_file(nullptr, LOGDB_DB_TYPE_CMP, LOGDB_DB_TYPE_MAP);
    LOGDB_DATABASE::delete_database_file(nullptr, LOGDB_DB_TYPE_CMP);
    LOGDB_DATABASE own;

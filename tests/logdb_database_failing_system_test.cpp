@@ -311,14 +311,20 @@ TEST_F(LOGDB_DATABASE_OUT_OF_MEMORY, a_map_that_cannot_grow_goes_on_with_its_buc
    }
 }
 
-TEST_F(LOGDB_DATABASE_OUT_OF_MEMORY, a_map_without_buckets_finds_and_takes_nothing) {
-   const SCARCE_MEMORY memory(0);
+TEST_F(LOGDB_DATABASE_OUT_OF_MEMORY, a_map_without_buckets_finds_and_takes_nothing_until_it_grows) {
+   allocations_left = 0;
+   EXPECT_FALSE(STRING_HASH().exists("a"));
    STRING_HASH hash;
    EXPECT_FALSE(hash.exists("a"));
    EXPECT_TRUE(hash.find("a") == hash.end());
    EXPECT_EQ(hash["a"], 0);
    EXPECT_FALSE(hash.exists("a"));
    EXPECT_EQ(hash.m_size, 0u);
+   allocations_left = unlimited;
+   hash.resize(1000);
+   hash["a"] = 1;
+   EXPECT_EQ(hash["A"], 1);
+   EXPECT_EQ(hash.m_size, 1u);
 }
 
 TEST_F(LOGDB_DATABASE_OUT_OF_MEMORY, a_map_does_not_grow_to_more_buckets_than_can_be_addressed) {
