@@ -430,6 +430,30 @@ TEST_F(LOGDB_DATABASE_STREAMS, a_file_of_many_lines_reads_alike_from_any_buffer)
    expect_equal_failures(bytes, {1000, 4096, 32767, bytes.size() - 1, bytes.size()});
 }
 
+TEST_F(LOGDB_DATABASE_STREAMS, zero_bytes_anywhere_in_a_file_read_alike_from_any_buffer) {
+   std::string bytes = "v1\n";
+   for (int number = 0; number < 200; ++number) {
+      bytes += "IO_RULES," + std::string(static_cast<std::size_t>(number * number % 90), 'x') + "," +
+               std::to_string(number) + ",\n";
+   }
+   ASSERT_GT(bytes.size(), 2u * 4096u);
+   std::string many = bytes;
+   for (std::size_t position = 5; position < bytes.size(); position += 1 + position * 31 % 700) {
+      many[position] = '\0';
+      std::string one = bytes;
+      one[position] = '\0';
+      expect_equal_readings(one);
+   }
+   expect_equal_readings(many);
+   for (std::size_t block = 4096; block < bytes.size(); block += 4096) {
+      for (std::size_t position = block - 2; position < block + 6; ++position) {
+         std::string one = bytes;
+         one[position] = '\0';
+         expect_equal_readings(one);
+      }
+   }
+}
+
 TEST_F(LOGDB_DATABASE_STREAMS, a_line_ends_where_the_locale_of_the_stream_says) {
    for (const char newline : {'$', '\0', ',', '\r', '\xff'}) {
       SCOPED_TRACE(static_cast<int>(newline));

@@ -147,25 +147,41 @@ bool has_next_byte(std::istream& in) {
    return in.peek() != std::istream::traits_type::eof();
 }
 
-// Takes a line out of what the stream has read ahead, if it is there whole and not too long.
-bool take_line(std::istream& in, MEM_STRING& line) {
-   if (!can_read_ahead(in)) {
-      return false;
+// Takes lines out of what a stream has read ahead. Several readers of one stream need one of these.
+class LINE_TAKER {
+public:
+   // Takes a line, if it is there whole and not too long. What is behind a zero byte in it is dropped.
+   bool take(std::istream& in, MEM_STRING& line) {
+      const char* const begin = can_read_ahead(in) ? GET_AREA::begin(*in.rdbuf()) : nullptr;
+      const auto available = begin != nullptr ? static_cast<std::size_t>(GET_AREA::end(*in.rdbuf()) - begin) : 0;
+      const void* const found =
+          available != 0 ? std::memchr(begin, in.widen('\n'), std::min(available, line_buffer_size)) : nullptr;
+      if (found == nullptr) {
+         m_next = nullptr; // the stream may put other bytes in the same place
+         return false;
+      }
+      const auto size = static_cast<std::size_t>(static_cast<const char*>(found) - begin);
+      if (begin != m_next || begin + size > m_checked_end) {
+         check_ahead(begin, std::min(available, std::max(size, check_size)));
+      }
+      line.assign(begin, std::min(size, static_cast<std::size_t>(m_checked_end - begin)));
+      GET_AREA::skip(*in.rdbuf(), size + 1);
+      m_next = begin + size + 1;
+      return true;
    }
-   const char* begin = GET_AREA::begin(*in.rdbuf());
-   const auto available = static_cast<std::size_t>(GET_AREA::end(*in.rdbuf()) - begin);
-   if (available == 0) {
-      return false;
+
+private:
+   // Many lines are looked at together for zero bytes, of which a proper file has none.
+   static constexpr std::size_t check_size = 4096;
+
+   void check_ahead(const char* begin, std::size_t size) {
+      const void* const zero = std::memchr(begin, '\0', size);
+      m_checked_end = zero != nullptr ? static_cast<const char*>(zero) : begin + size;
    }
-   const void* const found = std::memchr(begin, in.widen('\n'), std::min(available, line_buffer_size));
-   if (found == nullptr) {
-      return false;
-   }
-   const char* const end = static_cast<const char*>(found);
-   line.assign(begin, strnlen(begin, static_cast<std::size_t>(end - begin)));
-   GET_AREA::skip(*in.rdbuf(), static_cast<std::size_t>(end - begin) + 1);
-   return true;
-}
+
+   const char* m_next = nullptr;        // behind the last line
+   const char* m_checked_end = nullptr; // from there to here no byte is zero
+};
 
 // A copy that the database owns; null, and reported, when there is no memory for it.
 std::unique_ptr<LOGDB_DATABASE_ENTRY> copy_entry(const LOGDB_DATABASE_ENTRY& entry) {
@@ -195,7 +211,7 @@ public:
    explicit ENTRY_READER(LOGDB_DATABASE_IMPL& database) : m_database(database) {}
 
    bool read_entry(std::istream* in, LOGDB_DATABASE_ENTRY* entry) {
-      if (!m_database.read_line(in, &m_line)) {
+      if (!m_lines.take(*in, m_line) && !m_database.read_line(in, &m_line)) {
          logdb_msg_debug("Failed reading log db entry line");
          entry->m_entry_type = unknown_kind;
          entry->m_data_vector.clear();
@@ -206,7 +222,7 @@ public:
          entry->m_data_vector.clear();
       } else {
          entry->m_entry_type = kind(m_tokens.front());
-         entry->m_data_vector.assign(std::move_iterator(m_tokens.begin() + 1), std::move_iterator(m_tokens.end()));
+         move_fields_to(entry->m_data_vector);
       }
       if (is_detail_debug_on()) {
          debug_entry(*entry);
@@ -215,6 +231,20 @@ public:
    }
 
 private:
+   // A string without storage is copied with the bytes behind its end: a copy of a fixed size needs no call.
+   void move_fields_to(MEM_VECTOR<MEM_STRING>& fields) {
+      constexpr std::size_t longest_without_storage = 15;
+      fields.clear();
+      fields.reserve(m_tokens.size() - 1);
+      for (auto token = m_tokens.begin() + 1; token != m_tokens.end(); ++token) {
+         if (token->capacity() == longest_without_storage) {
+            fields.emplace_back(token->data(), longest_without_storage).resize(token->size());
+         } else {
+            fields.push_back(std::move(*token));
+         }
+      }
+   }
+
    // A file has few kind names, again and again. Each is looked up once, as long as no other takes its place.
    LOGDB_ENTRY_TYPE_ENUM kind(const MEM_STRING& name) {
       const std::size_t first_byte = static_cast<unsigned char>(name.c_str()[0]);
@@ -232,6 +262,7 @@ private:
    };
 
    LOGDB_DATABASE_IMPL& m_database;
+   LINE_TAKER m_lines;
    MEM_STRING m_line;
    MEM_VECTOR<MEM_STRING> m_tokens;
    KNOWN_KIND m_known_kinds[32];
@@ -744,7 +775,7 @@ void LOGDB_DATABASE_IMPL::write_entry_without_partition_hpath(std::ostream* out,
 }
 
 bool LOGDB_DATABASE_IMPL::read_line(std::istream* in, MEM_STRING* line) {
-   if (take_line(*in, *line)) {
+   if (LINE_TAKER().take(*in, *line)) {
       return true;
    }
    static char buffer[line_buffer_size];

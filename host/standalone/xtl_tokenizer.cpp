@@ -43,9 +43,9 @@ public:
       m_reused = m_tokens.size();
    }
 
-   [[gnu::noinline]] void add(std::string_view piece) {
+   void add(std::string_view piece) {
       if (m_count < m_reused) {
-         m_tokens[m_count].assign(piece);
+         reuse(piece);
       } else {
          m_tokens.emplace_back(piece);
       }
@@ -55,12 +55,14 @@ public:
    /// Adds a piece that is a part of the text. A short one is copied with the bytes behind it, which are dropped
    /// again: a copy of a fixed size needs neither a call nor a loop.
    [[gnu::always_inline]] void add_part(const char* begin, std::size_t size) {
-      if (m_count < m_reused || size >= fixed_size || static_cast<std::size_t>(m_text_end - begin) < fixed_size) {
-         add(std::string_view(begin, size));
-      } else {
+      if (m_count < m_reused) {
+         reuse(std::string_view(begin, size));
+      } else if (size < fixed_size && static_cast<std::size_t>(m_text_end - begin) >= fixed_size) {
          m_tokens.emplace_back(begin, fixed_size).resize(size);
-         ++m_count;
+      } else {
+         m_tokens.emplace_back(begin, size);
       }
+      ++m_count;
    }
 
    void drop_the_rest() {
@@ -68,6 +70,8 @@ public:
    }
 
 private:
+   [[gnu::noinline]] void reuse(std::string_view piece) { m_tokens[m_count].assign(piece); }
+
    static constexpr std::size_t longest_without_storage = 15;
    static constexpr std::size_t fixed_size = longest_without_storage;
 
