@@ -9,6 +9,7 @@
 namespace {
 
 constexpr unsigned int last_value = 1;
+constexpr unsigned long name_count = 2;
 
 // Arrays of their own, because equal literals may share their place and the two tables share nothing.
 constexpr char debug_string_0[] = "GENERIC_STRING";
@@ -24,6 +25,22 @@ const char* table_text(const char* const* table, LOGDB_ENTRY_DATATYPE_ENUM value
       return "";
    }
    return table[value];
+}
+
+// The value of a name; -1 for none. A name that there was no memory for when the names were taken up is in the tables.
+int value_of_name(const LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR& translator, const char* name) {
+   const auto found = translator.m_string_to_enum.find(name);
+   if (found != translator.m_string_to_enum.end()) {
+      return found->m_data;
+   }
+   const bool is_complete = translator.m_string_to_enum.m_size >= name_count;
+   for (int value = 0; !is_complete && value <= static_cast<int>(last_value); ++value) {
+      if (XTL_CASE_INSENSITIVE_CSTR_OPS().equal(LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR::m_debug_string_table[value], name) ||
+          XTL_CASE_INSENSITIVE_CSTR_OPS().equal(LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR::m_user_string_table[value], name)) {
+         return value;
+      }
+   }
+   return -1;
 }
 
 } // namespace
@@ -57,15 +74,11 @@ const char* LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR::get_user_string(LOGDB_ENTRY_DA
 }
 
 LOGDB_ENTRY_DATATYPE_ENUM LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR::get_enum_by_string(const char* text) const {
-   if (text == nullptr) {
-      return static_cast<LOGDB_ENTRY_DATATYPE_ENUM>(-1);
-   }
-   const auto found = m_string_to_enum.find(text);
-   return static_cast<LOGDB_ENTRY_DATATYPE_ENUM>(found != m_string_to_enum.end() ? found->m_data : -1);
+   return static_cast<LOGDB_ENTRY_DATATYPE_ENUM>(text != nullptr ? value_of_name(*this, text) : -1);
 }
 
 bool LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR::exists_enum_by_string(const char* text) const {
-   return text != nullptr && m_string_to_enum.exists(text);
+   return text != nullptr && value_of_name(*this, text) >= 0;
 }
 
 LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR* logdb_get_logdb_entry_datatype_enum_translator_instance() {

@@ -78,6 +78,7 @@ SOURCE = """\
 namespace {{
 
 constexpr unsigned int last_value = {last};
+constexpr unsigned long name_count = {name_count};
 
 // Arrays of their own, because equal literals may share their place and the two tables share nothing.
 {arrays}
@@ -90,6 +91,22 @@ const char* table_text(const char* const* table, {upper} value) {{
       return "";
    }}
    return table[value];
+}}
+
+// The value of a name; -1 for none. A name that there was no memory for when the names were taken up is in the tables.
+int value_of_name(const {upper}_TRANSLATOR& translator, const char* name) {{
+   const auto found = translator.m_string_to_enum.find(name);
+   if (found != translator.m_string_to_enum.end()) {{
+      return found->m_data;
+   }}
+   const bool is_complete = translator.m_string_to_enum.m_size >= name_count;
+   for (int value = 0; !is_complete && value <= static_cast<int>(last_value); ++value) {{
+      if (XTL_CASE_INSENSITIVE_CSTR_OPS().equal({upper}_TRANSLATOR::m_debug_string_table[value], name) ||
+          XTL_CASE_INSENSITIVE_CSTR_OPS().equal({upper}_TRANSLATOR::m_user_string_table[value], name)) {{
+         return value;
+      }}
+   }}
+   return -1;
 }}
 
 }} // namespace
@@ -119,15 +136,11 @@ const char* {upper}_TRANSLATOR::get_user_string({upper} value) const {{
 }}
 
 {upper} {upper}_TRANSLATOR::get_enum_by_string(const char* text) const {{
-   if (text == nullptr) {{
-      return static_cast<{upper}>(-1);
-   }}
-   const auto found = m_string_to_enum.find(text);
-   return static_cast<{upper}>(found != m_string_to_enum.end() ? found->m_data : -1);
+   return static_cast<{upper}>(text != nullptr ? value_of_name(*this, text) : -1);
 }}
 
 bool {upper}_TRANSLATOR::exists_enum_by_string(const char* text) const {{
-   return text != nullptr && m_string_to_enum.exists(text);
+   return text != nullptr && value_of_name(*this, text) >= 0;
 }}
 
 {upper}_TRANSLATOR* logdb_get_{lower}_translator_instance() {{
@@ -167,6 +180,7 @@ def write_translator(description, out):
         "lower": lower,
         "count": len(debug),
         "last": len(debug) - 1,
+        "name_count": len({name.lower() for name in debug + user}),
         "static_asserts": "".join(f"static_assert({name} == {value});\n" for value, name in enumerate(debug)),
         "arrays": "\n".join(
             f"constexpr char {table}_string_{value}[] = {c_string(text)};"

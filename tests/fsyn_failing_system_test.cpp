@@ -191,6 +191,20 @@ TEST_F(FSYN_FAILING_SYSTEM, signals_do_not_lose_a_line_or_a_word) {
    EXPECT_STREQ(reading.read_line(), "LOGDB_FSYN_EOF");
 }
 
+TEST_F(FSYN_FAILING_SYSTEM, a_process_without_standard_input_opens_its_log_once) {
+   write_file("log.fsyn", "word\n");
+   const int standard_input = dup(0);
+   ASSERT_EQ(close(0), 0);
+   {
+      LOGDB_FSYN_LOG_FILE log("log.fsyn"); // which is file 0 then
+      errno = EINTR;                       // of a call before
+      EXPECT_STREQ(log.read_line(), "word");
+   }
+   EXPECT_EQ(fcntl(0, F_GETFD), -1) << "closed again";
+   ASSERT_EQ(dup2(standard_input, 0), 0);
+   close(standard_input);
+}
+
 TEST_F(FSYN_FAILING_SYSTEM, a_line_that_is_taken_in_parts_arrives_whole) {
    LOGDB_FSYN_LOG_FILE log("log.fsyn");
    log.init(true);

@@ -351,6 +351,25 @@ template <class OPERATION> int objects_made_by(const OPERATION& operation) {
    return allocations - before;
 }
 
+TEST_F(LOGDB_DATABASE_OUT_OF_MEMORY, a_translator_that_has_no_room_for_a_name_knows_it_nevertheless) {
+   for (int objects = 0; objects < 20; ++objects) {
+      allocations_left = objects;
+      const LOGDB_ENTRY_TYPE_ENUM_TRANSLATOR kinds;
+      const LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR datatypes;
+      allocations_left = unlimited;
+      for (int value = 0; value < 8; ++value) {
+         for (const char* name : {kinds.m_debug_string_table[value], kinds.m_user_string_table[value]}) {
+            EXPECT_EQ(kinds.get_enum_by_string(name), value) << name << " with " << objects;
+            EXPECT_TRUE(kinds.exists_enum_by_string(name)) << name << " with " << objects;
+         }
+      }
+      EXPECT_EQ(datatypes.get_enum_by_string("node_name"), NODE_NAME);
+      EXPECT_EQ(datatypes.get_enum_by_string("GENERIC_STRING"), GENERIC_STRING);
+      EXPECT_EQ(kinds.get_enum_by_string("NODE_NAME"), -1);
+      EXPECT_FALSE(kinds.exists_enum_by_string(""));
+   }
+}
+
 [[noreturn]] void exit_with_the_translators_made_once() {
    EXPECT_EQ(allocations, 0) << "none is made before it is used";
    EXPECT_EQ(objects_made_by([] { logdb_get_user_string(RAM_PACKING); }), 17) << "the buckets and 16 keys";
