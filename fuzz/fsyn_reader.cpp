@@ -2,6 +2,7 @@
 // for them, or make the reader crash, leak, read on for ever or hold more than the file does.
 
 #include "fsyn_model.h"
+#include "fsyn_words.h"
 #include "fuzz_support.h"
 #include "logdb_fsyn_log_file.h"
 
@@ -29,32 +30,8 @@ extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, st
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t most,
                                                unsigned int seed) {
    static const std::vector<std::string> words = [] {
-      std::vector<std::string> all = {"END_OF_DELETE_ATOM",
-                                      "End_of_ADD_REMOVE_Connection",
-                                      "Port",
-                                      "Output",
-                                      "LUTMASK",
-                                      "NORMAL",
-                                      "SUM",
-                                      "CARRY",
-                                      "NO_ENABLE",
-                                      "UNCHANGED",
-                                      "LOGDB_FSYN_EOF",
-                                      "n",
-                                      "0",
-                                      "1",
-                                      "8",
-                                      "-1",
-                                      "15",
-                                      "ffffffff",
-                                      "70000",
-                                      "99999999999999999999",
-                                      std::string(1, '\0')};
-      for (int kind = 0; kind <= 45; ++kind) {
-         if (kind != 4 && kind != 5) {
-            all.push_back(fsyn_keyword(kind));
-         }
-      }
+      std::vector<std::string> all = fsyn_words();
+      all.emplace_back(1, '\0');
       return all;
    }();
    if (seed % 3 == 0) {

@@ -1,11 +1,14 @@
 """Mutation testing of h/ and db/logdb/: see scripts/mutate."""
 
 import argparse
+import json
 import os
 import pathlib
 import random
 import re
+import resource
 import shutil
+import signal
 import subprocess
 import sys
 import time
@@ -37,9 +40,6 @@ PROGRAMS = [
     (r"h/logdb", DATABASE_TESTS + ["translators_test"]),
 ]
 
-TIMEOUT = 120
-
-
 class Mutant:
     def __init__(self, file, line, old, new, what):
         self.file = file
@@ -50,6 +50,10 @@ class Mutant:
 
     def key(self):
         return self.file, self.old.strip(), self.new.strip()
+
+    def changes_layout(self):
+        """Whether objects, or the meaning of their numbers, may differ from what was compiled before."""
+        return re.search(r"\[\w+\];|\w = \d+,|\benum\b|\bvirtual\b|\bconstexpr\b|sizeof", self.old) is not None
 
     def __str__(self):
         return f"{self.file}:{self.line + 1}: {self.what}\n   - {self.old.strip()}\n   + {self.new.strip()}"
@@ -158,69 +162,214 @@ def programs_of(file):
 # Trying them
 # ------------------------------------------------------------------------------------------------------------
 
-class Tree:
-    """The copy of the tree, and its build."""
+class Step:
+    """One step of the build: what it reads, what it writes, and the command."""
+
+    def __init__(self, rule, inputs, outputs):
+        self.rule = rule
+        self.inputs = inputs
+        self.outputs = outputs
+        self.command = ""
+
+
+class Build:
+    """The steps that a changed source concerns, run by themselves: nothing else is looked at, and what was there
+    is put back without building it again."""
 
     def __init__(self, folder):
         self.folder = folder
-        self.build = folder.parent / "build"
-        self.jobs = str(os.cpu_count())
+        self.steps = {}
+        for line in (folder / "build.ninja").read_text().replace("$\n", "").split("\n"):
+            match = re.fullmatch(r"build ([^:]*): (\S+) ?(.*)", line)
+            if match:
+                # What stands behind "||" is order alone.
+                outputs, inputs = (names.split("||")[0].replace("|", " ").split() for names in match.group(1, 3))
+                step = Step(match.group(2), inputs, outputs)
+                self.steps.update((output, step) for output in outputs)
+        for entry in json.loads(self.ninja("compdb")):
+            if entry["output"] in self.steps:
+                self.steps[entry["output"]].command = entry["command"]
+        step = None
+        for line in self.ninja("deps").split("\n"):
+            if not line.startswith(" "):
+                step = self.steps.get(line.split(":")[0])
+            elif step is not None:
+                step.inputs.append(line.strip())
+        self.old = None
+
+    def ninja(self, tool):
+        return subprocess.run(["ninja", "-C", self.folder, "--quiet", "-t", tool], stdout=subprocess.PIPE, check=True,
+                              text=True).stdout
+
+    def begin(self, changed):
+        """From now on a source is another."""
+        self.old = {}
+        self.dirty = {str(changed): True}
+        self.is_broken = False
+
+    def end(self):
+        """The source is what it was, and so is everything that was built of it."""
+        for output, kept in self.old.items():
+            os.replace(kept, self.folder / output)
+        self.old = None
+
+    def is_dirty(self, name):
+        """Whether the source has a part in something. A program is the same whatever is in a shared library."""
+        if name not in self.dirty:
+            step = self.steps.get(name)
+            self.dirty[name] = step is not None and any(
+                self.is_dirty(part) for part in step.inputs
+                if not (step.rule.startswith("CXX_EXECUTABLE") and ".so" in part))
+        return self.dirty[name]
+
+    def make(self, name):
+        """Builds something with the changed source; False when it does not compile."""
+        step = self.steps.get(name)
+        if step is None or step.outputs[0] in self.old:
+            return True
+        if not all(self.make(part) for part in step.inputs):
+            return False
+        if not self.is_dirty(name) or not step.command:
+            return True
+        for output in step.outputs:
+            kept = self.folder / (output + ".kept")
+            shutil.copy2(self.folder / output, kept)
+            self.old[output] = kept
+        done = subprocess.run(step.command, shell=True, cwd=self.folder, stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL, check=False)
+        return done.returncode == 0
+
+
+def keep_small():
+    """For a process of a mutant: one that asks for memory for ever must not take the machine with it."""
+    resource.setrlimit(resource.RLIMIT_AS, (4 << 30, 4 << 30))
+    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+
+
+class Tree:
+    """The copy of the tree, its build and its tests."""
+
+    def __init__(self, folder, jobs):
+        self.folder = folder
+        self.build_folder = folder.parent / "build"
+        self.jobs = str(jobs)
+        self.build = None
+        self.output = ""
+        self.seconds = {}  # how long a program runs when nothing is wrong
+        self.caught = {}   # how often a program noticed a mutant of a source
 
     def make(self):
         # Files that did not change keep their times, so that a second run builds little.
         wanted = set()
-        for path in ROOT.rglob("*"):
-            relative = path.relative_to(ROOT)
-            if relative.parts[0] in ("build", ".git") or "__pycache__" in relative.parts or not path.is_file():
+        for top in ROOT.iterdir():
+            if top.name in ("build", ".git"):
                 continue
-            wanted.add(relative)
-            target = self.folder / relative
-            if not target.is_file() or target.read_bytes() != path.read_bytes():
-                target.parent.mkdir(parents=True, exist_ok=True)
-                shutil.copyfile(path, target)
-                shutil.copymode(path, target)
+            for path in [top] if top.is_file() else top.rglob("*"):
+                if "__pycache__" not in path.parts and path.is_file():
+                    wanted.add(self.copy(path))
         for path in self.folder.rglob("*"):
             if path.is_file() and path.relative_to(self.folder) not in wanted:
                 path.unlink()
-        subprocess.run(["cmake", "-S", self.folder, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
-                        "-DCMAKE_CXX_FLAGS_DEBUG=-O0", "-DLOGDB_STRICT=OFF", "-DLOGDB_BUILD_TOOLS=OFF",
+        subprocess.run(["cmake", "-S", self.folder, "-B", self.build_folder, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
+                        "-DCMAKE_CXX_FLAGS_DEBUG=-O0", "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld",
+                        "-DCMAKE_SHARED_LINKER_FLAGS=-fuse-ld=lld", "-DLOGDB_STRICT=OFF", "-DLOGDB_BUILD_TOOLS=OFF",
                         "-DLOGDB_BUILD_EXAMPLES=OFF", "-DLOGDB_INSTALL=OFF"], stdout=subprocess.DEVNULL, check=True)
 
+    def copy(self, path):
+        relative = path.relative_to(ROOT)
+        target = self.folder / relative
+        if not target.is_file() or target.read_bytes() != path.read_bytes():
+            target.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copyfile(path, target)
+            shutil.copymode(path, target)
+        return relative
+
     def builds(self, programs):
-        done = subprocess.run(["cmake", "--build", self.build, "--parallel", self.jobs, "--target", *programs],
+        """Whether the tree builds as it is."""
+        done = subprocess.run(["cmake", "--build", self.build_folder, "--parallel", self.jobs, "--target", *programs],
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
         self.output = done.stdout.decode("utf-8", "replace")
+        if done.returncode == 0:
+            self.build = Build(self.build_folder)
         return done.returncode == 0
 
+    def is_well(self, program):
+        """Whether the program ends well with nothing changed; how long it takes is remembered."""
+        start = time.monotonic()
+        noticed = self.notices(program)
+        self.seconds[program] = time.monotonic() - start
+        return not noticed
+
+    @staticmethod
+    def path(program):
+        return f"{'fuzz' if program.startswith('replay_') else 'tests'}/{program}"
+
     def command(self, program):
+        executable = self.build_folder / self.path(program)
         if program.startswith("replay_"):
-            target = program[len("replay_"):]
-            return [self.build / "fuzz" / program, self.folder / "fuzz/corpus" / target, self.folder / "docs/samples"]
-        return [self.build / "tests" / program, "--gtest_brief=1", "--gtest_fail_fast"]
+            return [executable, self.folder / "fuzz/corpus" / program[len("replay_"):], self.folder / "docs/samples"]
+        return [executable, "--gtest_brief=1", "--gtest_fail_fast"]
 
     def notices(self, program):
-        """Whether the program ends in another way than well."""
+        """Whether the program ends in another way than well, or does not end."""
+        patience = 5 + 20 * self.seconds.get(program, 5)
+        process = subprocess.Popen(self.command(program), cwd=self.build_folder, stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL, preexec_fn=keep_small, start_new_session=True)
         try:
-            done = subprocess.run(self.command(program), cwd=self.build, stdout=subprocess.DEVNULL,
-                                  stderr=subprocess.DEVNULL, timeout=TIMEOUT, check=False)
+            return process.wait(timeout=patience) != 0
         except subprocess.TimeoutExpired:
+            os.killpg(process.pid, signal.SIGKILL)
+            process.wait()
             return True
-        return done.returncode != 0
+
+    def in_order(self, file):
+        """The programs for a source; first what noticed most in the least time."""
+        return sorted(programs_of(file), key=lambda program: -(self.caught.get((file, program), 0) + 1)
+                      / self.seconds[program])
+
+    def noticed_by(self, file, programs, has_new_programs):
+        """The first of these programs that notices, "" for none, None when something does not compile."""
+        for program in programs:
+            if has_new_programs and not self.build.make(self.path(program)):
+                return None
+            if self.notices(program):
+                self.caught[file, program] = self.caught.get((file, program), 0) + 1
+                return program
+        return ""
+
+    def try_built(self, mutant):
+        libraries = [name for name in self.build.steps if re.fullmatch(r"db/logdb/liblogdb\.(so\.[\d.]+|a)", name)]
+        if not all(self.build.make(library) for library in libraries):
+            return None
+        programs = self.in_order(mutant.file)
+        # A changed header concerns most programs, and to compile one takes longer than to run them all. Whether the
+        # library behaves in another way is seen without it, as long as both agree about what an object looks like.
+        as_built = [] if mutant.changes_layout() else list(filter(self.links_shared_library, programs))
+        noticed_by = self.noticed_by(mutant.file, as_built, False)
+        if noticed_by:
+            return noticed_by
+        others = [program for program in programs
+                  if program not in as_built or self.build.is_dirty(self.path(program))]
+        return self.noticed_by(mutant.file, others, True)
+
+    def links_shared_library(self, program):
+        return any("liblogdb.so" in part for part in self.build.steps[self.path(program)].inputs)
 
     def try_mutant(self, mutant):
         """Who noticed: the name of a program, "" for nobody, None when it is not even C++."""
         path = self.folder / mutant.file
         original = path.read_text()
+        times = path.stat()
         lines = original.split("\n")
         lines[mutant.line] = mutant.new
         path.write_text("\n".join(lines))
+        self.build.begin(path)
         try:
-            programs = programs_of(mutant.file)
-            if not self.builds(programs):
-                return None
-            return next((program for program in programs if self.notices(program)), "")
+            return self.try_built(mutant)
         finally:
             path.write_text(original)
+            os.utime(path, ns=(times.st_atime_ns, times.st_mtime_ns))
+            self.build.end()
 
 
 def explained_mutants():
@@ -246,6 +395,8 @@ def main():
     parser.add_argument("--seed", type=int, default=1, help="for the choice of places")
     parser.add_argument("--file", action="append", help="only this source, several times for several")
     parser.add_argument("--list", action="store_true", help="print the places and change nothing")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="for the first build")
+    parser.add_argument("--minutes", type=float, help="end after so long, with the mutants that were tried")
     parser.add_argument("--folder", type=pathlib.Path, default=ROOT / "build/mutate",
                         help="where the copy is made and built")
     options = parser.parse_args()
@@ -262,20 +413,26 @@ def main():
         print(f"{len(mutants)} of {total} mutants")
         return 0
 
-    tree = Tree(options.folder.resolve() / "tree")
+    # Whoever ends this from outside must not leave a mutant in the copy.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit("ended from outside"))
+    tree = Tree(options.folder.resolve() / "tree", options.jobs)
     tree.make()
     programs = sorted({program for mutant in mutants for program in programs_of(mutant.file)})
     if not tree.builds(programs):
         sys.exit(f"the tree does not build as it is:\n{tree.output}")
-    unhappy = [program for program in programs if tree.notices(program)]
+    unhappy = [program for program in programs if not tree.is_well(program)]
     if unhappy:
         sys.exit(f"the tests fail as they are: {' '.join(unhappy)}")
 
     explained = explained_mutants()
     caught = invalid = accepted = 0
     survivors = []
+    begin = time.monotonic()
     for number, mutant in enumerate(mutants, 1):
         start = time.monotonic()
+        if options.minutes is not None and start - begin > 60 * options.minutes:
+            mutants = mutants[:number - 1]
+            break
         noticed_by = tree.try_mutant(mutant)
         if noticed_by is None:
             invalid += 1

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "fsyn_log_fixture.h"
+#include "fsyn_words.h"
 
 namespace {
 
@@ -235,32 +236,7 @@ TEST_F(FSYN_PROPERTIES, a_copy_is_written_like_its_source_but_for_the_timing_cop
 // ---- Texts that no writer made
 
 rc::Gen<std::string> a_word() {
-   std::vector<std::string> words = {"END_OF_DELETE_ATOM",
-                                     "End_of_ADD_REMOVE_Connection",
-                                     "Port",
-                                     "Output",
-                                     "LUTMASK",
-                                     "NORMAL",
-                                     "SUM",
-                                     "CARRY",
-                                     "NO_ENABLE",
-                                     "UNCHANGED",
-                                     "LOGDB_FSYN_EOF",
-                                     "n",
-                                     "0",
-                                     "1",
-                                     "8",
-                                     "-1",
-                                     "15",
-                                     "ffffffff",
-                                     "0x1f",
-                                     "70000",
-                                     "99999999999999999999"};
-   for (int kind = 0; kind <= 45; ++kind) {
-      if (kind != 4 && kind != 5) {
-         words.push_back(fsyn_keyword(kind));
-      }
-   }
+   std::vector<std::string> words = fsyn_words();
    // The kinds with lists are the interesting ones.
    for (const int kind : {3, 3, 27, 27, 27, 28, 29, 30, 31, 31}) {
       words.push_back(fsyn_keyword(kind));

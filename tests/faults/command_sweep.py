@@ -1,11 +1,14 @@
 #!/usr/bin/env python3
 """Lets calls go wrong in every command that writes files, and kills it at moments taken at random.
 
-   command_sweep.py COMMAND FAILING_CALLS [--kills N] [--seed S] [--verbose]
+   command_sweep.py COMMAND FAILING_CALLS [--kills N] [--every N] [--seed S] [--only NAME] [--verbose]
 
 COMMAND is the logdb command, FAILING_CALLS the library that makes calls fail. Whatever happens, the file that is
 written is the old one or the new one, whole; a command that ends by itself says with its status which of them, and
 why on standard error; and it leaves nothing else behind. The exit status is 1 if that is ever not so.
+
+A command takes memory so often that the test run lets every so many allocations fail only, and others with another
+seed; --every 1 takes each.
 """
 
 import argparse
@@ -41,10 +44,18 @@ COMMANDS = {
 
 MOST_RUNS = 200
 
+# How many entries and records an input has: enough for several reads and writes, and so few that each allocation can
+# be made to fail.
+MANY = 3000
+FEW = 4
 
-def database():
+# What a command does when there is no memory: it says that it is at fault itself, or that the output is.
+WITHOUT_MEMORY = (4, 5)
+
+
+def database(entries):
     kinds = ["REGISTER_PACKING,PACKED,only fan-out,,top|u%d|a_register_with_a_name,top|d,\n", "IO_RULES,%d,rule,\n"]
-    return "v1\n" + "".join(kinds[number % 2] % number for number in range(3000))
+    return "v1\n" + "".join(kinds[number % 2] % number for number in range(entries))
 
 
 def log(records):
@@ -60,16 +71,17 @@ class Commands:
         self.failed = []
         self.new = {}
         self.statuses = {}
+        self.seconds = {}
 
-    def prepare(self, folder, name):
+    def prepare(self, folder, name, size=MANY):
         """The files that a command starts from; what is in its output is returned."""
-        texts = {"in.logdb": database(), "in.fsyn": log(2000), "more.fsyn": log(10), "cut.fsyn": log(2000)[:-5]}
+        texts = {"in.logdb": database(size), "in.fsyn": log(size), "more.fsyn": log(10), "cut.fsyn": log(size)[:-5]}
         for file, text in texts.items():
             pathlib.Path(folder, file).write_text(text)
         if name == "split":
             os.mkdir(os.path.join(folder, "out"))
         elif name == "rebase-in-place":
-            pathlib.Path(folder, "out").write_text(database())
+            pathlib.Path(folder, "out").write_text(database(size))
         else:
             pathlib.Path(folder, self.output(name)).write_text("what was there")
         return self.contents(folder)
@@ -88,21 +100,23 @@ class Commands:
         return subprocess.Popen([self.command] + COMMANDS[name], cwd=folder, env=dict(os.environ, **environment),
                                 stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
 
-    def run_well(self, name):
+    def run_well(self, name, size=MANY):
         with tempfile.TemporaryDirectory(prefix="logdb_faults_") as folder:
-            self.prepare(folder, name)
+            self.prepare(folder, name, size)
+            begin = time.monotonic()
             process = self.start(name, folder, {})
             error = process.communicate(timeout=60)[1].decode("utf-8", "replace")
+            self.seconds[name] = time.monotonic() - begin
             self.statuses[name] = process.returncode
-            self.new[name] = self.contents(folder)
+            self.new[name, size] = self.contents(folder)
         if process.returncode not in (0, 1):
             sys.exit(f"{name} does not work by itself: {process.returncode} {error}")
 
-    def run_with_fault(self, name, call, number, error, lasting):
-        """Whether the call went wrong."""
+    def run_with_fault(self, name, call, number, error, lasting, size=MANY):
+        """Whether the call went wrong, or the command with it."""
         with tempfile.TemporaryDirectory(prefix="logdb_faults_") as folder, \
                 tempfile.TemporaryDirectory(prefix="logdb_faults_") as elsewhere:
-            old = self.prepare(folder, name)
+            old = self.prepare(folder, name, size)
             result = os.path.join(elsewhere, "result")
             process = self.start(name, folder, {
                 "LD_PRELOAD": self.library, "LOGDB_FAULT_ALWAYS": "1", "LOGDB_FAULT_RELATIVE": "1",
@@ -117,9 +131,9 @@ class Commands:
         if failures < 0 or status < 0:
             wrong = "it did not come to its end"
         elif status == self.statuses[name]:
-            wrong = None if found == self.new[name] else "it says that it is done, and the files are others"
-        elif status not in (3, 4) or not text.strip():
-            wrong = "another status than 3 or 4, or not a word"
+            wrong = None if found == self.new[name, size] else "it says that it is done, and the files are others"
+        elif status not in (WITHOUT_MEMORY if call == "memory" else (3, 4)) or not text.strip():
+            wrong = "another status than such a fault has, or not a word"
         elif found != old:
             wrong = f"it says that it failed, and the files are not the old ones: {sorted(found)}"
         elif call in ("write", "rename", "sync") and status != 4:
@@ -128,7 +142,7 @@ class Commands:
         if wrong is not None:
             self.failed.append(f"{name}: {call} {number} {error}{' for good' if lasting else ''}: status {status}: "
                                f"{wrong}\n{text}")
-        return failures > 0
+        return failures != 0
 
     def sweep(self, pair):
         name, call = pair
@@ -142,8 +156,16 @@ class Commands:
                 self.failed.append(f"{name}: {call} does not come to an end")
         return hits
 
-    def kill(self, name, delay):
-        """Whether the command was still running when it was killed."""
+    def memory_sweep(self, name, size, every, lasting, first):
+        """Lets every so many allocations fail, from the first on, until there are no more."""
+        hits = 0
+        while self.run_with_fault(name, "memory", first + hits * every, "ENOMEM", lasting, size):
+            hits += 1
+        return hits
+
+    def kill(self, name, moment):
+        """Kills the command at a moment, a part of the time that it takes. Whether it was still running then."""
+        delay = moment * self.seconds[name]
         with tempfile.TemporaryDirectory(prefix="logdb_faults_") as folder:
             old = self.prepare(folder, name)
             process = self.start(name, folder, {})
@@ -152,10 +174,11 @@ class Commands:
             process.communicate()
             found = self.contents(folder)
         # A process that is killed cannot take its temporary file away: those have names of their own.
-        known = set(old) | set(self.new[name])
+        new = self.new[name, MANY]
+        known = set(old) | set(new)
         kept = {file: data for file, data in found.items() if file in known}
-        if kept not in (old, self.new[name]):
-            if name != "split" or any(data != self.new[name].get(file, old.get(file)) for file, data in kept.items()):
+        if kept not in (old, new):
+            if name != "split" or any(data != new.get(file, old.get(file)) for file, data in kept.items()):
                 self.failed.append(f"{name}: killed after {delay:.6f} s: neither the old files nor the new ones")
         return process.returncode == -signal.SIGKILL
 
@@ -165,14 +188,18 @@ def main():
     parser.add_argument("command")
     parser.add_argument("library")
     parser.add_argument("--kills", type=int, default=5, help="of each command")
+    parser.add_argument("--every", type=int, default=101, help="which allocations fail; 1 for each")
     parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--only", action="append", choices=["calls", "memory", "kills"], help="not everything")
     parser.add_argument("--verbose", action="store_true")
     options = parser.parse_args()
+    parts = options.only or ["calls", "memory", "kills"]
     commands = Commands(os.path.abspath(options.command), os.path.abspath(options.library))
     for name in COMMANDS:
+        commands.run_well(name, FEW)
         commands.run_well(name)
 
-    wanted = [(name, call) for name in COMMANDS for call in ERRORS]
+    wanted = [(name, call) for name in COMMANDS for call in ERRORS] if "calls" in parts else []
     with concurrent.futures.ThreadPoolExecutor(max_workers=os.cpu_count()) as pool:
         hits = list(pool.map(commands.sweep, wanted))
     for (name, call), count in zip(wanted, hits):
@@ -181,12 +208,24 @@ def main():
         if count == 0:
             commands.failed.append(f"{name}: {call} never went wrong")
 
+    # Of a larger input a part is enough: most of its allocations are those of the smaller one, again and again.
+    wanted = [(name, size, options.every * (1 if size == FEW else 20), lasting, 1 + options.seed % options.every)
+              for name in COMMANDS for size in (FEW, MANY) for lasting in (False, True)] if "memory" in parts else []
+    with concurrent.futures.ThreadPoolExecutor(max_workers=os.cpu_count()) as pool:
+        without_memory = list(pool.map(lambda arguments: commands.memory_sweep(*arguments), wanted))
+    for (name, size, _, lasting, _), count in zip(wanted, without_memory):
+        if options.verbose:
+            print(f"{name:18} memory   {count:5} runs, {size} entries{', for good' if lasting else ''}")
+        if count == 0:
+            commands.failed.append(f"{name}: memory never ran out")
+
     moments = random.Random(options.seed)
-    killed = sum(commands.kill(name, moments.uniform(0, 0.01)) for name in COMMANDS for _ in range(options.kills))
+    kills = [(name, moments.uniform(0, 1.2)) for name in COMMANDS for _ in range(options.kills)]
+    killed = sum(commands.kill(*kill) for kill in kills) if "kills" in parts else 0
     for failure in commands.failed[:20]:
         print(failure)
-    print(f"{commands.runs} runs, {sum(hits)} of them with a call that went wrong, {killed} processes killed, "
-          f"{len(commands.failed)} not good")
+    print(f"{commands.runs} runs: {sum(hits)} with a call that went wrong, {sum(without_memory)} without memory; "
+          f"{killed} processes killed; {len(commands.failed)} not good")
     return 1 if commands.failed else 0
 
 

@@ -8,7 +8,7 @@
 //     LOGDB_FAULT_ERROR    the name of the error, or "short": the call does a part of its work
 //     LOGDB_FAULT_LASTING  1: all later calls go wrong too
 //     LOGDB_FAULT_RELATIVE 1: relative paths count as well
-//     LOGDB_FAULT_ALWAYS   1: calls count from the start, for programs that know nothing of this
+//     LOGDB_FAULT_ALWAYS   1: calls count from the start of main() on, for programs that know nothing of this
 //     LOGDB_FAULT_RESULT   a file that says at the end how often a call went wrong
 
 #include <dlfcn.h>
@@ -79,7 +79,13 @@ __attribute__((constructor)) void make_plan() {
    plan.m_is_short = setting("LOGDB_FAULT_ERROR") == "short";
    plan.m_is_lasting = setting("LOGDB_FAULT_LASTING") == "1";
    plan.m_takes_relative_paths = setting("LOGDB_FAULT_RELATIVE") == "1";
-   is_armed = setting("LOGDB_FAULT_ALWAYS") == "1";
+}
+
+int (*program_main)(int, char**, char**) = nullptr;
+
+int armed_main(int count, char** arguments, char** environment) {
+   is_armed = true;
+   return program_main(count, arguments, environment);
 }
 
 // Written with plain system calls: nothing here may go through what it stands in for.
@@ -327,6 +333,17 @@ extern "C" int fdatasync(int file) {
    return is_watched_file(file) && answer("sync") == ANSWER::FAILS
               ? -1
               : static_cast<int>(syscall(SYS_fdatasync, file));
+}
+
+// ---- The beginning
+
+// What the loader and the constructors of the program do comes before this.
+extern "C" int __libc_start_main(int (*main)(int, char**, char**), int count, char** arguments, void (*begin)(),
+                                 void (*end)(), void (*loader_end)(), void* stack) {
+   program_main = main;
+   using START = int (*)(int (*)(int, char**, char**), int, char**, void (*)(), void (*)(), void (*)(), void*);
+   return next<START>("__libc_start_main")(setting("LOGDB_FAULT_ALWAYS") == "1" ? armed_main : main, count,
+                                           arguments, begin, end, loader_end, stack);
 }
 
 // ---- Memory

@@ -6,9 +6,13 @@ import json
 import os
 import pathlib
 import random
+import re
 import resource
+import signal
 import subprocess
 import sys
+import tempfile
+import time
 import unittest
 
 import command
@@ -41,18 +45,62 @@ class PropertiesTest(unittest.TestCase):
                 done = self.run_command(*arguments, log)
                 self.assertIn(done.returncode, (0, 1, 3), (arguments, log.name, done.stderr))
 
-    def test_the_quick_way_and_the_slow_one_agree(self):
-        # What comes from a pipe is read once, item by item.
+    def test_counts_agree_with_what_is_shown(self):
+        # Counting and searching go over blocks of a file, showing goes entry by entry.
         for log in self.logs:
             kind = ["--as", log.suffix[1:]]
-            for arguments in (["stats", "--json"], ["stats", "--json", "--by", "depth:2"], ["grep", "-c", "a"],
-                              ["grep", "PACK"]):
-                quick = self.run_command(*arguments, *kind, log)
+            shown = self.shown(log)
+            counts = json.loads(self.run_command("stats", "--json", *kind, log).stdout)
+            self.assertEqual(counts["items"], len(shown), log.name)
+            known = {item["kind"] for item in shown} & set(counts["kinds"])
+            for name in known:
+                self.assertEqual(counts["kinds"][name], sum(item["kind"] == name for item in shown), log.name)
+            for pattern in ("a", "PACK", "^a$", "REGISTER_PACKING", "e,"):
+                found = sum(any(re.search(pattern.encode(), text, re.DOTALL) for text in texts_of(item))
+                            for item in shown)
+                done = self.run_command("grep", "-c", pattern, *kind, log)
+                self.assertEqual(int(done.stdout), found, (log.name, pattern))
+
+    def test_pipes_are_read_like_files(self):
+        for log in self.logs:
+            kind = ["--as", log.suffix[1:]]
+            for arguments in (["stats", "--json", "--by", "depth:2"], ["grep", "-c", "a"], ["grep", "PACK"],
+                              ["check"], ["show"]):
+                plain = self.run_command(*arguments, *kind, log)
                 with log.open("rb") as file:
-                    slow = subprocess.run(["logdb", *arguments, *kind, "-"], env=self.environment, stdin=file,
-                                          capture_output=True, timeout=60)
-                self.assertEqual((quick.returncode, quick.stdout), (slow.returncode, slow.stdout),
-                                 (arguments, log.name))
+                    piped = subprocess.run(["logdb", *arguments, *kind, "-"], env=self.environment, stdin=file,
+                                           capture_output=True, timeout=60)
+                name = str(log).encode()
+                self.assertEqual((plain.returncode, plain.stdout.replace(name, b"(standard input)"),
+                                  plain.stderr.replace(name, b"(standard input)")),
+                                 (piped.returncode, piped.stdout, piped.stderr), (arguments, log.name))
+
+    def bash(self, line, **options):
+        return subprocess.run(["bash", "-c", line], cwd=self.folder, env=self.environment, stdin=subprocess.DEVNULL,
+                              capture_output=True, timeout=60, **options)
+
+    def test_what_can_be_opened_only_once_is_read_like_a_file(self):
+        for name in ("top.fsyn", "top.logdb"):
+            for arguments in ("stats", "grep -c q", "show", "check", "salvage"):
+                self.assertEqual(self.bash(f"logdb {arguments} <(cat {name})").stdout,
+                                 self.run_command(*arguments.split(), name).stdout, (arguments, name))
+        long_log = self.folder / "long.fsyn"
+        long_log.write_bytes((self.folder / "top.fsyn").read_bytes() * 400)
+        done = self.bash("logdb grep -c 'sum~7' <(cat long.fsyn)")
+        self.assertEqual((done.returncode, done.stdout, done.stderr), (0, b"800\n", b""))
+
+    def test_diff_compares_what_can_be_opened_only_once(self):
+        plain = self.run_command("diff", "old.fsyn", "new.fsyn")
+        self.assertEqual(plain.returncode, 1)
+        for line in ("logdb diff <(cat old.fsyn) <(cat new.fsyn)", "cat old.fsyn | logdb diff - new.fsyn"):
+            done = self.bash(line)
+            self.assertEqual((done.returncode, done.stdout, done.stderr), (1, plain.stdout, b""), line)
+
+    def test_a_database_merged_with_itself_is_the_same_one(self):
+        for log in self.logs:
+            if log.suffix == ".logdb" and self.run_command("check", "--errors-only", log).returncode == 0:
+                done = self.run_command("merge", log, log)
+                self.assertEqual((done.returncode, done.stdout), (0, log.read_bytes()), (log.name, done.stderr))
 
     def shown(self, log):
         lines = self.run_command("show", "--json", "--as", log.suffix[1:], log).stdout.decode().splitlines()
@@ -140,6 +188,21 @@ class PropertiesTest(unittest.TestCase):
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertEqual(self.run_command("convert", "bytes.json").stdout, log.read_bytes())
 
+    def test_every_byte_survives_what_rewrites_logs(self):
+        odd = bytes(byte for byte in range(1, 256) if byte not in b" \t\n\v\f\r,|")
+        entry = b"RAM_PACKING,a,b,c,d,e,f,g," + odd + b",top|" + odd + b",\n"
+        record = b"PHYSICAL_SYNTHESIS_SET_USER_LCELL\ntop|" + odd + b"\nPHYSICAL_SYNTHESIS_END_OF_LOG\n"
+        for name, data, body in (("odd.logdb", b"v1\n" + entry, entry), ("odd.fsyn", record, record)):
+            (self.folder / name).write_bytes(data)
+            for arguments in (["salvage"], ["merge"], ["rebase", "--from", "top|x", "--to", "y"], ["grep", "top"]):
+                done = self.run_command(*arguments, name)
+                self.assertIn(done.stdout, (data, body, record[:record.rindex(b"PHYS")]), (arguments, name))
+            moved = self.run_command("rebase", "--from", "top", "--to", "a|b", name).stdout
+            self.assertEqual(moved, data.replace(b"top|", b"a|b|"))
+            self.run_command("split", "--by", "kind", name, "-d", "parts")
+            self.assertTrue(any(b"top|" + odd in path.read_bytes() for path in (self.folder / "parts").iterdir()))
+            self.assertEqual(self.bash(f"logdb convert {name} | logdb convert -").stdout, data)
+
     def test_there_and_back_again_is_the_same_file(self):
         for name in ("top.logdb", "top.fsyn"):
             there = self.folder / ("there." + name)
@@ -210,6 +273,108 @@ class PropertiesTest(unittest.TestCase):
                                       stdout=full, stderr=subprocess.PIPE)
             self.assertEqual(done.returncode, 4)
 
+    def test_a_fault_of_the_command_itself_has_a_status(self):
+        log = self.folder / "names.logdb"
+        log.write_bytes(b"v1\n" + b"".join(b"DSP_BALANCING_IMPLEMENTATION,a,top|%d,\n" % number
+                                           for number in range(300_000)))
+
+        def limit():
+            resource.setrlimit(resource.RLIMIT_DATA, (8 << 20, 8 << 20))
+
+        # A sanitizer has its own way with memory that is not there.
+        done = self.run_command("stats", "--by", "node", log, preexec_fn=None if is_sanitized() else limit)
+        expected = (0, b"") if is_sanitized() else (5, b"logdb: there is not enough memory\n")
+        self.assertEqual((done.returncode, done.stderr), expected)
+
+    def test_no_device_is_replaced_by_a_file(self):
+        device = os.stat("/dev/null").st_rdev
+        self.assertEqual(self.run_command("salvage", "top.logdb", "-o", "/dev/null").returncode, 0)
+        self.assertEqual(os.stat("/dev/null").st_rdev, device)
+        done = self.run_command("salvage", "top.logdb", "-o", "/dev/stdout")
+        self.assertEqual(done.stdout, (self.folder / "top.logdb").read_bytes())
+        os.mkfifo(self.folder / "fifo")
+        done = self.bash("cat fifo & logdb salvage top.logdb -o fifo; wait")
+        self.assertEqual(done.stdout, (self.folder / "top.logdb").read_bytes())
+
+    def test_a_full_device_is_told(self):
+        if os.path.exists("/dev/full"):
+            done = self.run_command("salvage", "top.logdb", "-o", "/dev/full")
+            self.assertEqual((done.returncode, done.stderr), (4, b"logdb: /dev/full: No space left on device\n"))
+
+    def test_no_file_gets_the_number_of_a_closed_stream(self):
+        done = self.bash("logdb split --by kind top.logdb -d parts >&-")
+        self.assertEqual((done.returncode, done.stderr), (4, b"logdb: standard output: Bad file descriptor\n"))
+        done = self.bash("logdb salvage damaged.logdb -o saved.logdb 2>&-")
+        self.assertEqual(done.returncode, 1)
+        self.assertEqual((self.folder / "saved.logdb").read_bytes(),
+                         self.run_command("salvage", "damaged.logdb").stdout)
+        self.assertEqual(self.bash("logdb show - <&-").returncode, 3)
+
+    def test_a_signal_leaves_no_temporary_file(self):
+        def heed_signals():
+            # Who runs the tests in the background may have them ignored.
+            for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+                signal.signal(number, signal.SIG_DFL)
+
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            process = subprocess.Popen(["logdb", "salvage", "-", "-o", "whole.logdb"], cwd=self.folder,
+                                       env=self.environment, stdin=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                       preexec_fn=heed_signals)
+            self.addCleanup(process.stdin.close)
+            self.addCleanup(process.kill)
+            process.stdin.write(b"v1\n" + b"FSYN_LOG_FILE,top.fsyn,\n" * 20000)
+            process.stdin.flush()
+            begin = time.monotonic()
+            while not list(self.folder.glob("whole*")) and time.monotonic() - begin < 30:
+                time.sleep(0.01)
+            self.assertEqual(len(list(self.folder.glob("whole*"))), 1)
+            process.send_signal(number)
+            self.assertEqual(process.wait(timeout=30), -number)
+            self.assertEqual(list(self.folder.glob("whole*")), [])
+
+    def test_what_can_be_unpacked_of_a_cut_file_is_salvaged(self):
+        lines = b"".join(b"FSYN_LOG_FILE,%d.fsyn,\n" % number for number in range(40000))
+        (self.folder / "cut.logdb.gz").write_bytes(gzip.compress(b"v1\n" + lines)[:-20])
+        done = self.run_command("salvage", "cut.logdb.gz")
+        self.assertEqual(done.returncode, 1)
+        self.assertIn(b"cut.logdb.gz: cannot be unpacked", done.stderr)
+        saved = done.stdout.splitlines(True)[1:]
+        self.assertGreater(len(saved), 30000)
+        self.assertTrue(lines.startswith(b"".join(saved)))
+
+    def test_memory_does_not_grow_with_what_is_no_log(self):
+        def limit():
+            resource.setrlimit(resource.RLIMIT_DATA, (48 << 20, 48 << 20))
+
+        for piece in (b"x", b"\n", b" "):
+            log = self.folder / "large.fsyn"
+            with log.open("wb") as file:
+                for _ in range(100):
+                    file.write(piece * (1 << 20))
+                file.write(b"\nPHYSICAL_SYNTHESIS_SET_USER_LCELL\na\nPHYSICAL_SYNTHESIS_END_OF_LOG\n")
+            for arguments in (["stats", "--json"], ["show", "--json"], ["check", "--json"]):
+                done = self.run_command(*arguments, "--as", "fsyn", log, preexec_fn=None if is_sanitized() else limit)
+                self.assertIn(done.returncode, (0, 1), (arguments, piece, done.stderr))
+                if arguments[0] == "stats":
+                    self.assertEqual(json.loads(done.stdout)["items"], 2)
+
+    def test_logs_are_counted_as_they_were_made(self):
+        # LOGDB_BENCH_DATA, as for the benchmarks, is a folder with logs of real designs and their counts.
+        made = [(self.folder / "new.logdb", {"REGISTER_PACKING": 3, "RAM_PACKING": 1, "FSYN_LOG_FILE": 1,
+                                             "DSP_BALANCING_IMPLEMENTATION": 1, "IO_RULES_SUMMARY": 1,
+                                             "IO_RULES_MATRIX": 1})]
+        for path in sorted(pathlib.Path(os.environ.get("LOGDB_BENCH_DATA", self.folder)).glob("*.counts.json")):
+            counts = json.loads(path.read_text())
+            name = str(path).removesuffix(".counts.json")
+            made += [(name + ".logdb.gz", counts["kinds"]), (name + ".fsyn.gz", counts["fsyn"]["kinds"])]
+        for log, kinds in made:
+            self.assertEqual(json.loads(self.run_command("stats", "--json", log).stdout)["kinds"], kinds, log)
+            self.assertEqual(self.run_command("check", log).returncode, 0, log)
+            with tempfile.TemporaryDirectory() as folder:
+                text = pathlib.Path(folder) / "converted.json"
+                self.run_command("convert", log, "-o", text)
+                self.assertEqual(self.run_command("convert", text).stdout, self.run_command("salvage", log).stdout)
+
     def test_gzip_written_by_others_is_read_and_damage_is_told(self):
         data = gzip.compress((self.folder / "top.logdb").read_bytes())
         (self.folder / "cut.logdb.gz").write_bytes(data[:len(data) // 2])
@@ -261,6 +426,17 @@ def expected_member(name, value):
 LISTS = ("m_deleted_names", "m_ram_source_names", "m_ram_port_types", "m_ram_port_indices", "m_input_port_names",
          "m_input_port_types", "m_output_port_names", "m_output_port_types")
 NOTHING = (0, b"", [], {}, b"NORMAL", b"0x0000000000000000")
+
+
+def texts_of(item):
+    """The kind and the fields of an item in the command's JSON, as bytes."""
+    texts = []
+    for name, value in item.items():
+        if name in ("number", "line", "phase"):
+            continue
+        values = value.values() if isinstance(value, dict) else value if isinstance(value, list) else [value]
+        texts += [bytes_of_json(str(each)) for each in values]
+    return texts
 
 
 def is_sanitized():

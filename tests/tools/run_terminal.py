@@ -69,8 +69,14 @@ class TerminalTest(unittest.TestCase):
 
     def test_names_do_not_act_on_a_terminal(self):
         (self.folder / "evil.logdb").write_bytes(b"v1\nFSYN_LOG_FILE,\x1b]0;gotcha\x07\xff\xc2\x9b,\n")
-        for name in ("show", "grep gotcha", "show --fields 0", "check --partition-root x", "blame x"):
-            text, _ = self.on_terminal(f"logdb {name} --color never evil.logdb")
+        (self.folder / "evil.fsyn").write_bytes(b"PHYSICAL_SYNTHESIS_INSERT_ATOM\n\x1b]0;gotcha\x07\xff\xc2\x9b 1\na\n")
+        (self.folder / "good.fsyn").write_bytes(b"PHYSICAL_SYNTHESIS_INSERT_ATOM\ngood 1\na\n")
+        for name in ("show evil.logdb", "grep gotcha evil.logdb", "show --fields 0 evil.logdb", "blame x evil.logdb",
+                     "check --partition-root x evil.logdb", "show evil.fsyn", "stats --by node evil.fsyn",
+                     "summary --list evil.fsyn", "diff good.fsyn evil.fsyn", "diff --first good.fsyn evil.fsyn",
+                     "blame '*gotcha*' evil.fsyn", "tail evil.fsyn"):
+            text, _ = self.on_terminal(f"logdb {name} --color never")
+            self.assertIn("gotcha" if name.endswith("fsyn") else "", text, name)
             self.assertNotIn("\x1b", text, name)
             self.assertNotIn("\x9b", text, name)
         self.assertIn(r"\x1b]0;gotcha\x07\xff\xc2\x9b", self.on_terminal("logdb show evil.logdb")[0])
@@ -83,6 +89,11 @@ class TerminalTest(unittest.TestCase):
         self.assertEqual(status, 3)
         self.assertIn(r"none\x1b[2J", text)
         self.assertNotIn("\x1b[2J", text)
+
+    def test_messages_keep_their_lines_on_a_terminal(self):
+        text, status = self.on_terminal("logdb shwo top.logdb")
+        self.assertEqual((text, status), ("logdb: there is no command 'shwo'; did you mean 'show'?\n"
+                                          "Try 'logdb --help'.\n", 2))
 
     def test_stats_draw_bars_on_terminals_only(self):
         self.assertIn("\u2588", self.on_terminal("logdb stats top.logdb")[0])
@@ -102,6 +113,30 @@ class TerminalTest(unittest.TestCase):
         self.assertTrue(text.endswith("\r\x1b[K"), repr(text[-20:]))
         quick, _ = self.on_terminal("logdb stats top.logdb", stdout_is_terminal=False)
         self.assertEqual(quick, "")
+
+    def test_progress_does_not_stand_among_data(self):
+        def feed_slowly(pipe):
+            pipe.write(b"v1\n")
+            for _ in range(14):
+                pipe.write(b"FSYN_LOG_FILE,top.fsyn,\n" * 100)
+                pipe.flush()
+                time.sleep(0.1)
+
+        text, status = self.on_terminal("logdb show --fields 0 --as logdb -", feed=feed_slowly)
+        self.assertEqual((text, status), ("top.fsyn\n" * 1400, 0))
+
+    def test_a_message_takes_the_place_of_progress(self):
+        def feed_slowly(pipe):
+            pipe.write(b"v1\n")
+            for _ in range(14):
+                pipe.write(b"FSYN_LOG_FILE,top.fsyn,\n")
+                pipe.flush()
+                time.sleep(0.1)
+            pipe.write(b"FSYN")
+
+        text, status = self.on_terminal("logdb stats --as logdb -", feed=feed_slowly, stdout_is_terminal=False)
+        self.assertEqual(status, 3)
+        self.assertRegex(text, r"\r\x1b\[Klogdb: \(standard input\):16: the last line has no line end;.*\n$")
 
     def test_a_closed_pipe_ends_quietly(self):
         big = self.folder / "big.logdb"
@@ -134,6 +169,46 @@ class TerminalTest(unittest.TestCase):
         append(b"END_OF_DELETE_ATOM\nPHYSICAL_SYNTHESIS_END_OF_LOG\n")
         self.assertEqual(process.stdout.read(),
                          "#3 DELETE_ATOM  x  deleted_names[0]=y\n#4 END_OF_LOG\n")
+        self.assertEqual(process.wait(timeout=10), 0)
+
+    def follow(self, *arguments):
+        process = subprocess.Popen(["logdb", "tail", "-f", *arguments], cwd=self.folder, env=self.environment,
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        self.addCleanup(process.stderr.close)
+        self.addCleanup(process.stdout.close)
+        self.addCleanup(process.kill)
+        return process
+
+    def test_tail_begins_anew_with_the_log(self):
+        record = b"PHYSICAL_SYNTHESIS_SET_USER_LCELL\n%s\n"
+        log = self.folder / "growing.fsyn"
+        log.write_bytes(record % b"a" + record % b"b")
+        process = self.follow("growing.fsyn")
+        self.assertEqual(process.stdout.readline(), "#1 SET_USER_LCELL  a\n")
+        self.assertEqual(process.stdout.readline(), "#2 SET_USER_LCELL  b\n")
+        log.write_bytes(record % b"c")
+        self.assertEqual(process.stderr.readline(), "logdb: growing.fsyn: was begun anew\n")
+        self.assertEqual(process.stdout.readline(), "#1 SET_USER_LCELL  c\n")
+        other = self.folder / "other.fsyn"
+        other.write_bytes(record % b"a_longer_name" + b"PHYSICAL_SYNTHESIS_END_OF_LOG\n")
+        other.rename(log)
+        self.assertEqual(process.stdout.read(), "#1 SET_USER_LCELL  a_longer_name\n#2 END_OF_LOG\n")
+        self.assertEqual(process.wait(timeout=10), 0)
+
+    def test_tail_ends_when_nobody_reads_on(self):
+        (self.folder / "growing.fsyn").write_bytes(b"PHYSICAL_SYNTHESIS_SET_USER_LCELL\na\n")
+        process = self.follow("growing.fsyn")
+        self.assertEqual(process.stdout.readline(), "#1 SET_USER_LCELL  a\n")
+        process.stdout.close()
+        self.assertEqual(process.wait(timeout=10), 0)
+
+    def test_tail_waits_for_a_log_that_is_still_empty(self):
+        (self.folder / "growing").write_bytes(b"")
+        process = self.follow("growing")
+        time.sleep(0.3)
+        with (self.folder / "growing").open("ab") as file:
+            file.write(b"PHYSICAL_SYNTHESIS_END_OF_LOG\n")
+        self.assertEqual(process.stdout.read(), "#1 END_OF_LOG\n")
         self.assertEqual(process.wait(timeout=10), 0)
 
 

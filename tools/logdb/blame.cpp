@@ -18,6 +18,16 @@ struct BLAME_OPTIONS {
    bool m_json = false;
 };
 
+/// Whether a glob matches a node or anything that it lies in.
+bool matches_level(std::string_view glob, std::string_view node) {
+   for (std::size_t end = node.find('|'); end != std::string_view::npos; end = node.find('|', end + 1)) {
+      if (matches_glob(glob, node.substr(0, end))) {
+         return true;
+      }
+   }
+   return matches_glob(glob, node);
+}
+
 bool is_about(const BLAME_OPTIONS& options, const LOG_ITEM& item) {
    return std::any_of(item.m_fields.begin(), item.m_fields.end(), [&options](const FIELD& field) {
       if (field.m_type != FIELD_TYPE::NODE || !field.is_element()) {
@@ -25,7 +35,7 @@ bool is_about(const BLAME_OPTIONS& options, const LOG_ITEM& item) {
       }
       return options.m_exact ? field.m_value == options.m_node
                              : is_in_subtree(field.m_value, options.m_node) ||
-                                   (is_glob(options.m_node) && matches_glob(options.m_node, field.m_value));
+                                   (is_glob(options.m_node) && matches_level(options.m_node, field.m_value));
    });
 }
 
@@ -51,7 +61,11 @@ void print_place(OUTPUT& output, const LOG_READER& reader, const LOG_ITEM& item)
    output << '\n';
 }
 
-STATUS blame(const BLAME_OPTIONS& options) {
+STATUS blame(BLAME_OPTIONS& options) {
+   // An instance is asked for with its bar or without.
+   if (!options.m_exact && options.m_node.size() > 1 && options.m_node.ends_with('|')) {
+      options.m_node.pop_back();
+   }
    OUTPUT output(options.m_log.colour());
    bool found = false;
    const STATUS status = for_each_item(options.m_log, [&](const LOG_READER& reader, const LOG_ITEM& item) {
@@ -67,7 +81,9 @@ STATUS blame(const BLAME_OPTIONS& options) {
    });
    output.flush();
    if (!found && status == STATUS::FINE) {
-      tell("nothing was decided about '" + options.m_node + "'");
+      const bool is_name_alone = options.m_node.find_first_of("|*?") == std::string::npos;
+      tell("nothing was decided about '" + options.m_node + "'" +
+           (is_name_alone ? "; names begin at the top, and '*|" + options.m_node + "' looks everywhere" : ""));
    }
    return status != STATUS::FINE ? status : found ? STATUS::FINE : STATUS::FINDINGS;
 }

@@ -28,7 +28,7 @@ int parse_rule(const std::string& name) {
    std::vector<std::string> names;
    for (const RULE& rule : rules()) {
       names.push_back(rule_name(rule.m_number));
-      if (lower_case(names.back()) == lower_case(name)) {
+      if (lower_case(names.back()) == lower_case(name) || names.back().substr(3) == name) {
          return rule.m_number;
       }
    }

@@ -86,7 +86,13 @@ std::string zsh_completion(COMMAND_TABLE& table) {
    for (const COMMAND& command : table.commands()) {
       text += "   " + command.m_name + ") compadd -- " + joined(option_words(command)) + " ;;\n";
    }
-   return text + "   esac\n}\n_logdb \"$@\"\n";
+   // A file of $fpath is run when it is needed first; a script that is sourced only makes itself known.
+   return text + "   esac\n}\n"
+                 "if [[ $funcstack[1] == _logdb ]]; then\n"
+                 "   _logdb \"$@\"\n"
+                 "else\n"
+                 "   compdef _logdb logdb\n"
+                 "fi\n";
 }
 
 std::string fish_completion(COMMAND_TABLE& table) {

@@ -87,9 +87,10 @@ public:
       LINE_SOURCE lines(input);
       DATABASE_CHECKER checker({}, m_reason.sink());
       LINE line;
-      if (!lines.next(line) || !line.m_is_ended || line.is_too_long()) {
+      if (!lines.next(line) || !line.m_is_ended || line.is_too_long() ||
+          line.m_text.find('\0') != std::string_view::npos) {
          checker.check_version(line);
-         m_reason.refuse_for(1, "it has no version line");
+         m_reason.refuse_for(1, "it has no version line, or one with a zero byte in it");
       }
       std::string json = "{\"format\":\"logdb\",\"version\":";
       append_json_string(json, line.m_text);
@@ -239,6 +240,13 @@ private:
          if (version.find_first_of(std::string_view("\n\0", 2)) != std::string::npos) {
             refuse(place(), "the version has a line feed or a zero byte in it");
          }
+         if (version.starts_with('{')) {
+            refuse(place(), "the version begins as JSON does");
+         }
+         if (version.size() > longest_database_line) {
+            refuse(place(),
+                   rule_name(4) + ": the version line would have " + std::to_string(version.size()) + " bytes");
+         }
          m_sink.write(version + "\n");
       }
       m_has_begun = true;
@@ -288,7 +296,7 @@ private:
       item.m_format = LOG_FORMAT::FSYN;
       try {
          logdb_fsyn_visit_kind(item.m_kind, [&]<class RECORD>(LOGDB_FSYN_KIND<RECORD>) {
-            auto* record = new (0) RECORD;
+            auto* record = new_record<RECORD>();
             item.m_record.reset(record);
             FSYN_JSON_READER reader(object);
             LOGDB_FSYN_KIND<RECORD>::layout(reader, *record);
@@ -368,7 +376,7 @@ void add_convert(COMMAND_TABLE& table) {
                            " that is no UTF-8 is the character U+EF00 plus its value.\n"
                            "Needs the memory of one record.";
    command.m_examples = {{"convert top.fsyn -o top.json", "to work on it with other tools"},
-                         {"convert top.json -o top.fsyn --in-place", "and back"},
+                         {"convert top.json -o again.fsyn", "and back"},
                          {"convert top.logdb", "to standard output"}};
    auto options = std::make_shared<CONVERT_OPTIONS>();
    command.m_app->add_option("FILE", options->m_file, "The log, or the JSON lines")->required();

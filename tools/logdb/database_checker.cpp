@@ -19,10 +19,10 @@ public:
 
    void field(unsigned position, std::string_view piece, unsigned /*bars*/) {
       if (position == 0) {
-         if (piece != m_kind_name) {
-            set_kind(piece);
-         }
-         m_is_plain = m_kind >= 0;
+         const ENTRY_SHAPE& shape = m_shapes.find(piece);
+         m_pieces = shape.m_pieces;
+         m_nodes = shape.m_nodes;
+         m_is_plain = shape.m_is_debug_name;
       } else if (piece.empty() && is_node_piece(m_nodes, position)) {
          m_is_plain = false;
       }
@@ -30,7 +30,7 @@ public:
 
    void line(std::string_view text, unsigned pieces, bool ends_in_comma) {
       ++m_number;
-      if (!m_is_plain || !ends_in_comma || pieces != m_pieces || text.size() > longest_database_line) {
+      if (!m_is_plain || !ends_in_comma || pieces != m_pieces) {
          m_checker.check_entry({text, text.size(), 0, m_number, true});
       }
       m_is_plain = false;
@@ -40,17 +40,8 @@ public:
    void set_number(std::uint64_t number) { m_number = number; }
 
 private:
-   void set_kind(std::string_view name) {
-      m_kind_name = name;
-      const ENTRY_SHAPE shape = shape_of_kind(name);
-      m_kind = shape.m_is_debug_name ? shape.m_kind : -1;
-      m_pieces = shape.m_pieces;
-      m_nodes = shape.m_nodes;
-   }
-
    DATABASE_CHECKER& m_checker;
-   std::string m_kind_name = "\n"; // no line has it
-   int m_kind = -1;
+   RECENT_SHAPES m_shapes;
    unsigned m_pieces = 0;
    unsigned m_nodes = 0;
    bool m_is_plain = false;
@@ -66,23 +57,6 @@ void check_lines(std::string_view text, std::uint64_t& number, DATABASE_CHECKER&
       text.remove_prefix(end + 1);
    }
 }
-
-/// Hands out first what another way of reading has not taken.
-class REST_INPUT : public INPUT {
-public:
-   explicit REST_INPUT(BLOCK_SOURCE& blocks) : m_blocks(blocks) {}
-   std::size_t read(char* to, std::size_t size) override {
-      if (m_blocks.rest() == 0 && !m_blocks.more()) {
-         return 0;
-      }
-      const std::size_t count = m_blocks.rest_of_text().copy(to, size);
-      m_blocks.drop(count);
-      return count;
-   }
-
-private:
-   BLOCK_SOURCE& m_blocks;
-};
 
 } // namespace
 

@@ -113,6 +113,18 @@ ENTRY_SHAPE shape_of_kind(std::string_view name) {
    return shape;
 }
 
+void RECENT_SHAPES::look_up(std::string_view name) {
+   for (std::size_t place = 0; place < m_recent.size(); ++place) {
+      if (m_recent[place].m_name == name) {
+         m_place = place;
+         return;
+      }
+   }
+   m_place = m_oldest;
+   m_oldest = (m_oldest + 1) % m_recent.size();
+   m_recent[m_place] = {std::string(name), shape_of_kind(name)};
+}
+
 bool counts_bits_quickly() {
 #ifdef __x86_64__
    static const bool has_popcnt = __builtin_cpu_supports("popcnt") != 0;
@@ -129,6 +141,15 @@ bool find_masks(const char* bytes, std::size_t steps, BYTE_MASKS* masks) {
 #else
    return find_masks_1(bytes, steps, masks);
 #endif
+}
+
+std::size_t REST_INPUT::read(char* to, std::size_t size) {
+   if (m_blocks.rest() == 0 && !m_blocks.more()) {
+      return 0;
+   }
+   const std::size_t count = m_blocks.rest_of_text().copy(to, size);
+   m_blocks.drop(count);
+   return count;
 }
 
 std::string_view readable_lines(std::string_view lines) {

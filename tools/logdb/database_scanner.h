@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 #include "input.h"
@@ -42,6 +43,28 @@ inline bool is_node_piece(unsigned nodes, unsigned position) {
 
 /// The shape of the kind that a name stands for.
 ENTRY_SHAPE shape_of_kind(std::string_view name);
+
+/// Remembers the shapes of the kinds that came last, as neighbours are mostly of a few kinds.
+class RECENT_SHAPES {
+public:
+   const ENTRY_SHAPE& find(std::string_view name) {
+      if (name != m_recent[m_place].m_name) {
+         look_up(name);
+      }
+      return m_recent[m_place].m_shape;
+   }
+
+private:
+   struct NAMED_SHAPE {
+      std::string m_name = "\n"; // no line has it
+      ENTRY_SHAPE m_shape;
+   };
+   void look_up(std::string_view name);
+
+   std::array<NAMED_SHAPE, 4> m_recent;
+   std::size_t m_place = 0;
+   std::size_t m_oldest = 0;
+};
 
 /// Whether the machine counts the bits of a word with one instruction.
 bool counts_bits_quickly();
@@ -147,7 +170,7 @@ private:
 /// The beginning of some whole lines, up to the first line that is too long to be read.
 std::string_view readable_lines(std::string_view lines);
 
-/// Hands out a database in pieces of many whole lines; what cannot be scanned ends it.
+/// Hands out a database in pieces of many whole lines; a line that is too long to be read ends it.
 class BLOCK_SOURCE {
 public:
    explicit BLOCK_SOURCE(INPUT& input) : m_window(input) {}
@@ -169,8 +192,9 @@ public:
             }
          }
       }
-      m_taken = static_cast<std::size_t>(static_cast<const char*>(last) - m_window.begin()) + 1;
-      return {m_window.begin(), m_taken};
+      const std::string_view lines(m_window.begin(), static_cast<const char*>(last) + 1);
+      m_taken = readable_lines(lines).size();
+      return lines.substr(0, m_taken);
    }
 
    std::uint64_t offset() const { return m_window.offset(); }
@@ -184,6 +208,16 @@ public:
 private:
    INPUT_WINDOW m_window;
    std::size_t m_taken = 0;
+};
+
+/// What was left when the pieces ended, as an input of its own.
+class REST_INPUT : public INPUT {
+public:
+   explicit REST_INPUT(BLOCK_SOURCE& blocks) : m_blocks(blocks) {}
+   std::size_t read(char* to, std::size_t size) override;
+
+private:
+   BLOCK_SOURCE& m_blocks;
 };
 
 #endif

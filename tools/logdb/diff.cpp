@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <unordered_map>
@@ -70,14 +71,10 @@ KEPT_ITEM kept(const LOG_ITEM& item) {
 /// A file that is read twice: once for what is in it, once for what differs.
 class SIDE {
 public:
-   SIDE(const DIFF_OPTIONS& options, const std::string& path) : m_path(path), m_format(options.m_log.format()) {
-      if (path == "-") {
-         throw TOOL_ERROR(STATUS::USAGE, "diff: files are read twice, so standard input cannot be one");
-      }
-   }
+   SIDE(const DIFF_OPTIONS& options, const std::string& path) : m_file(path), m_format(options.m_log.format()) {}
 
    void read() {
-      const std::unique_ptr<LOG_READER> reader = open_log(m_path, m_format);
+      const std::unique_ptr<LOG_READER> reader = open();
       m_kind = reader->format();
       for (LOG_ITEM item; reader->next(item);) {
          m_digests.m_contents.push_back(content_hash(item));
@@ -93,7 +90,7 @@ public:
 
    /// Fetches items by their places, which are in order.
    void fetch(const std::vector<std::size_t>& places) {
-      const std::unique_ptr<LOG_READER> reader = open_log(m_path, m_format);
+      const std::unique_ptr<LOG_READER> reader = open();
       auto next = places.begin();
       for (LOG_ITEM item; next != places.end() && reader->next(item);) {
          if (item.m_number - 1 == *next) {
@@ -107,7 +104,11 @@ public:
    LOG_FORMAT kind() const { return m_kind; }
 
 private:
-   std::string m_path;
+   std::unique_ptr<LOG_READER> open() const {
+      return open_log(recognise_input(m_file.open(), m_file.path(), m_format), display_name(m_file.path()));
+   }
+
+   REREADABLE m_file;
    std::optional<LOG_FORMAT> m_format;
    LOG_FORMAT m_kind = LOG_FORMAT::DATABASE;
    DIGESTS m_digests;
@@ -270,91 +271,176 @@ private:
    const SIDE& m_right;
 };
 
-void print_stat(OUTPUT& output, const std::vector<DIFFERENCE>& differences, const SIDE& left, const SIDE& right) {
-   std::map<std::string, std::array<std::uint64_t, 4>> counts;
+/// How many differences of each sort there are, by the name of the kind.
+using COUNTS = std::map<std::string, std::array<std::uint64_t, 4>>;
+
+COUNTS count_by_kind(const std::vector<DIFFERENCE>& differences, const SIDE& left, const SIDE& right) {
+   COUNTS counts;
    for (const DIFFERENCE& difference : differences) {
       const KEPT_ITEM& item =
           difference.m_left != nowhere ? left.item(difference.m_left) : right.item(difference.m_right);
       ++counts[item.m_kind][static_cast<std::size_t>(difference.m_change)];
-      ++counts["total"][static_cast<std::size_t>(difference.m_change)];
    }
+   return counts;
+}
+
+void print_stat(OUTPUT& output, const COUNTS& counts) {
    std::size_t width = 5;
    for (const auto& [kind, row] : counts) {
       width = std::max(width, kind.size());
    }
    const auto print_row = [&](const std::string& name, const std::vector<std::string>& cells) {
-      output << name << std::string(width - name.size(), ' ');
+      output.data(name);
+      output << std::string(width - name.size(), ' ');
       for (const std::string& cell : cells) {
          output << std::string(cell.size() < 10 ? 10 - cell.size() : 1, ' ') << cell;
       }
       output << '\n';
    };
    print_row("kind", {"removed", "added", "changed", "moved"});
-   const auto total = counts["total"];
-   counts.erase("total");
+   std::array<std::uint64_t, 4> total = {};
    for (const auto& [kind, row] : counts) {
       print_row(kind, {grouped(row[0]), grouped(row[1]), grouped(row[2]), grouped(row[3])});
+      std::transform(row.begin(), row.end(), total.begin(), total.begin(), std::plus<>());
    }
    print_row("total", {grouped(total[0]), grouped(total[1]), grouped(total[2]), grouped(total[3])});
 }
 
-/// Where two runs part, with what led there. Nothing is kept but that.
-STATUS print_first(const DIFF_OPTIONS& options, OUTPUT& output) {
-   const std::unique_ptr<LOG_READER> left = open_log(options.m_left, options.m_log.format());
-   const std::unique_ptr<LOG_READER> right = open_log(options.m_right, options.m_log.format());
-   std::deque<std::string> context;
-   LOG_ITEM left_item;
-   LOG_ITEM right_item;
-   while (true) {
-      const bool has_left = left->next(left_item);
-      const bool has_right = right->next(right_item);
-      if (!has_left && !has_right) {
-         return left->has_failed() || right->has_failed() ? STATUS::INPUT : STATUS::FINE;
+void print_stat_as_json(OUTPUT& output, const COUNTS& counts) {
+   for (const auto& [kind, row] : counts) {
+      std::string json = "{\"kind\":";
+      append_json_string(json, kind);
+      for (const CHANGE change : {CHANGE::REMOVED, CHANGE::ADDED, CHANGE::CHANGED, CHANGE::MOVED}) {
+         json += std::string(",\"") + change_name(change) +
+                 "\":" + std::to_string(row[static_cast<std::size_t>(change)]);
       }
-      if (has_left && has_right && content_hash(left_item) == content_hash(right_item)) {
-         context.push_back("  #" + std::to_string(left_item.m_number) + " " + line_of(left_item));
-         if (context.size() > options.m_context) {
-            context.pop_front();
-         }
-         continue;
-      }
-      for (const std::string& line : context) {
-         output.data(line);
-         output << '\n';
-      }
-      const auto print_side = [&](LOG_READER& reader, LOG_ITEM& item, bool has_item, STYLE style,
-                                  const char* sign) {
-         if (!has_item) {
-            output.styled(style, std::string(sign) + " (the log ends)");
-            output << '\n';
-         }
-         for (std::size_t count = 0; has_item && count <= options.m_context; ++count) {
-            output.styled(style, std::string(sign) + " #" + std::to_string(item.m_number) + " line " +
-                                     std::to_string(item.m_line) + " " + line_of(item));
-            output << '\n';
-            has_item = reader.next(item);
-         }
-      };
-      print_side(*left, left_item, has_left, STYLE::BAD, "-");
-      print_side(*right, right_item, has_right, STYLE::GOOD, "+");
-      return STATUS::FINDINGS;
+      output << json << "}\n";
    }
 }
 
+void check_formats(LOG_FORMAT left, LOG_FORMAT right) {
+   if (left != right) {
+      throw TOOL_ERROR(STATUS::USAGE, "diff: a log database and a physical-synthesis log have nothing in common");
+   }
+}
+
+/// Finds where two runs part, and what led there. Nothing is kept but that.
+class PARTING {
+public:
+   PARTING(const DIFF_OPTIONS& options, OUTPUT& output)
+       : m_options(options), m_output(output), m_left(open_log(options.m_left, options.m_log.format())),
+         m_right(open_log(options.m_right, options.m_log.format())) {
+      check_formats(m_left->format(), m_right->format());
+   }
+
+   STATUS run() {
+      const STATUS status = find();
+      m_output.flush();
+      for (const LOG_READER* reader : {m_left.get(), m_right.get()}) {
+         if (!reader->trouble().empty()) {
+            tell(reader->trouble());
+         }
+      }
+      return m_left->has_failed() || m_right->has_failed() ? STATUS::INPUT : status;
+   }
+
+private:
+   STATUS find() {
+      while (true) {
+         bool has_left = m_left->next(m_left_item);
+         bool has_right = m_right->next(m_right_item);
+         if (!has_left && !has_right) {
+            return STATUS::FINE;
+         }
+         if (!has_left || !has_right || content_hash(m_left_item) != content_hash(m_right_item)) {
+            const std::vector<std::string> left = collect(*m_left, m_left_item, has_left);
+            const std::vector<std::string> right = collect(*m_right, m_right_item, has_right);
+            print(left, right);
+            return STATUS::FINDINGS;
+         }
+         m_context.push_back(text_of(m_left_item, false));
+         if (m_context.size() > m_options.m_context) {
+            m_context.pop_front();
+         }
+      }
+   }
+
+   std::string text_of(const LOG_ITEM& item, bool with_line) const {
+      const std::string number = std::to_string(item.m_number);
+      const std::string line = std::to_string(item.m_line);
+      if (m_options.m_json) {
+         std::string json = "{\"number\":" + number + ",\"line\":" + line + ",";
+         append_json_members(json, item);
+         return json + "}";
+      }
+      return "#" + number + (with_line ? " line " + line : "") + " " + line_of(item);
+   }
+
+   /// An item and those behind it.
+   std::vector<std::string> collect(LOG_READER& reader, LOG_ITEM& item, bool has_item) const {
+      std::vector<std::string> texts;
+      for (; has_item && texts.size() <= m_options.m_context; has_item = reader.next(item)) {
+         texts.push_back(text_of(item, true));
+      }
+      return texts;
+   }
+
+   void print(const std::vector<std::string>& left, const std::vector<std::string>& right) {
+      if (m_options.m_json) {
+         m_output << "{\"common\":[" << joined(m_context) << "],\"old\":[" << joined(left) << "],\"new\":["
+                  << joined(right) << "]}\n";
+         return;
+      }
+      for (const std::string& text : m_context) {
+         m_output << "  ";
+         m_output.data(text);
+         m_output << '\n';
+      }
+      print_side(STYLE::BAD, "- ", left);
+      print_side(STYLE::GOOD, "+ ", right);
+   }
+
+   void print_side(STYLE style, const std::string& sign, const std::vector<std::string>& texts) {
+      for (const std::string& text : texts) {
+         m_output.styled(style, sign + text);
+         m_output << '\n';
+      }
+      if (texts.empty()) {
+         m_output.styled(style, sign + "(the log ends)");
+         m_output << '\n';
+      }
+   }
+
+   template <class TEXTS> static std::string joined(const TEXTS& texts) {
+      std::string all;
+      for (const std::string& text : texts) {
+         all += (all.empty() ? "" : ",") + text;
+      }
+      return all;
+   }
+
+   const DIFF_OPTIONS& m_options;
+   OUTPUT& m_output;
+   std::unique_ptr<LOG_READER> m_left;
+   std::unique_ptr<LOG_READER> m_right;
+   LOG_ITEM m_left_item;
+   LOG_ITEM m_right_item;
+   std::deque<std::string> m_context;
+};
+
 STATUS diff(const DIFF_OPTIONS& options) {
+   if (options.m_left == "-" && options.m_right == "-") {
+      throw TOOL_ERROR(STATUS::USAGE, "diff: standard input can be one of the logs only");
+   }
    OUTPUT output(options.m_log.colour());
    if (options.m_first) {
-      const STATUS status = print_first(options, output);
-      output.flush();
-      return status;
+      return PARTING(options, output).run();
    }
    SIDE left(options, options.m_left);
    SIDE right(options, options.m_right);
    left.read();
    right.read();
-   if (left.kind() != right.kind()) {
-      throw TOOL_ERROR(STATUS::USAGE, "diff: a log database and a physical-synthesis log have nothing in common");
-   }
+   check_formats(left.kind(), right.kind());
    const std::vector<DIFFERENCE> differences = compare(left.digests(), right.digests(), options.m_ignores_order);
    std::vector<std::size_t> left_places;
    std::vector<std::size_t> right_places;
@@ -371,7 +457,8 @@ STATUS diff(const DIFF_OPTIONS& options) {
    left.fetch(left_places);
    right.fetch(right_places);
    if (options.m_stat) {
-      print_stat(output, differences, left, right);
+      const COUNTS counts = count_by_kind(differences, left, right);
+      options.m_json ? print_stat_as_json(output, counts) : print_stat(output, counts);
    } else {
       DIFF_PRINTER printer(output, left, right);
       for (const DIFFERENCE& difference : differences) {
@@ -398,7 +485,8 @@ void add_diff(COMMAND_TABLE& table) {
        " thing when they have the same kind, node names and terminal. --first stops where two runs part, and "
        "shows what"
        " led there. The status is 1 when the logs differ.\n"
-       "Needs 16 bytes an item of both files, and what differs; --first needs the memory of one record.";
+       "Needs 16 bytes an item of both files, and what differs; --first needs the memory of one record. What is"
+       " no plain file, such as a pipe, is kept in a temporary file, because it is read twice.";
    command.m_examples = {{"diff old.logdb new.logdb", "what last night's compile decided differently"},
                          {"diff --stat old.fsyn new.fsyn", "how many changes of which kind"},
                          {"diff --first old.fsyn new.fsyn", "the first decision in which the runs part"}};
@@ -408,12 +496,14 @@ void add_diff(COMMAND_TABLE& table) {
    app.add_option("B", options->m_right, "The new log")->required();
    add_format_option(app, options->m_log);
    add_colour_option(app, options->m_log);
-   app.add_flag("--ignore-order", options->m_ignores_order, "Do not care when something was decided");
+   auto* order =
+       app.add_flag("--ignore-order", options->m_ignores_order, "Do not care when something was decided");
    auto* stat = app.add_flag("--stat", options->m_stat, "Count the differences by kind");
-   auto* json = app.add_flag("--json", options->m_json, "One JSON object a difference")->excludes(stat);
+   app.add_flag("--json", options->m_json,
+                "One JSON object a difference, a kind with --stat, or in all with --first");
    app.add_flag("--first", options->m_first, "Only where the logs part, with context")
        ->excludes(stat)
-       ->excludes(json);
+       ->excludes(order);
    app.add_option("-C,--context", options->m_context, "How many items --first shows around it")
        ->type_name("N")
        ->capture_default_str();

@@ -29,6 +29,16 @@ void list_fields(LOG_ITEM& item) {
    });
 }
 
+void make_empty_record(int kind, LOG_ITEM& item) {
+   item.m_format = LOG_FORMAT::FSYN;
+   item.m_kind = kind;
+   item.m_fields.clear();
+   logdb_fsyn_visit_kind(kind, [&item]<class RECORD>(LOGDB_FSYN_KIND<RECORD>) {
+      item.m_record.reset(new_record<RECORD>());
+      list_fields(item);
+   });
+}
+
 std::string record_text(const LOGDB_FSYN_LOG_ENTRY& record) {
    std::string text;
    logdb_fsyn_visit_kind(record.m_type, [&]<class RECORD>(LOGDB_FSYN_KIND<RECORD>) {

@@ -222,6 +222,9 @@ private:
 /// The fields of the record in an item, listed in the item.
 void list_fields(LOG_ITEM& item);
 
+/// Puts a new record of a kind into an item, to see which fields it has; nothing for a number that is no kind.
+void make_empty_record(int kind, LOG_ITEM& item);
+
 /// The text of a record, keyword line included.
 std::string record_text(const LOGDB_FSYN_LOG_ENTRY& record);
 

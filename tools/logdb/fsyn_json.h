@@ -133,9 +133,11 @@ private:
          using NUMBER =
              typename std::conditional_t<std::is_enum_v<T>, std::type_identity<int>, std::type_identity<T>>::type;
          const auto number = value.get<long>();
-         if (number < static_cast<long>(std::numeric_limits<NUMBER>::min()) ||
+         // What is above the largest long is stored as an unsigned number and would come out negative.
+         const bool is_wrapped = value.is_number_unsigned() && number < 0;
+         if (is_wrapped || number < static_cast<long>(std::numeric_limits<NUMBER>::min()) ||
              number > static_cast<long>(std::numeric_limits<NUMBER>::max())) {
-            fail(member, "does not fit: " + std::to_string(number));
+            fail(member, "does not fit: " + value.dump());
          }
          result = static_cast<T>(number);
       }

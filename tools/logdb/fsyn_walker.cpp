@@ -125,7 +125,7 @@ void FSYN_WALKER::read_record(int kind) {
    m_kind = kind;
    ++m_number;
    logdb_fsyn_visit_kind(kind, [this]<class RECORD>(LOGDB_FSYN_KIND<RECORD>) {
-      auto* record = new (0) RECORD;
+      auto* record = new_record<RECORD>();
       m_record.reset(record);
       FSYN_PLACING_READER reader(m_words, m_places);
       LOGDB_FSYN_KIND<RECORD>::layout(reader, *record);
@@ -162,7 +162,7 @@ std::string FSYN_WALKER::name_of_missing_field() const {
    logdb_fsyn_visit_kind(m_kind, [&]<class RECORD>(LOGDB_FSYN_KIND<RECORD>) {
       LOG_ITEM item;
       item.m_kind = m_kind;
-      item.m_record.reset(new (0) RECORD);
+      item.m_record.reset(new_record<RECORD>());
       list_fields(item);
       if (m_places.size() < item.m_fields.size()) {
          expected = std::string(item.m_fields[m_places.size()].m_name);

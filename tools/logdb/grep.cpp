@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <memory>
 
 #include <CLI/CLI.hpp>
@@ -5,6 +6,7 @@
 
 #include "command.h"
 #include "database_scanner.h"
+#include "item_printer.h"
 #include "json.h"
 #include "log_options.h"
 #include "text.h"
@@ -29,37 +31,35 @@ class MATCHER {
 public:
    explicit MATCHER(const GREP_OPTIONS& options) : m_options(options) {
       const std::string pattern = options.m_is_fixed ? re2::RE2::QuoteMeta(options.m_pattern) : options.m_pattern;
-      m_expression = compile(options.m_is_glob ? glob_as_expression(options.m_pattern) : pattern);
-   }
-
-   /// Whether a line has to be looked at: false only if no field of it can match.
-   bool may_match(std::string_view line) const {
-      return !can_prefilter() || re2::RE2::PartialMatch(piece(line), *m_expression);
+      m_expression = compile(options.m_is_glob ? std::string() : pattern);
+      m_glob = options.m_ignores_case ? lower_case(options.m_pattern) : options.m_pattern;
+      m_can_skip_lines = can_find_in_lines() && !matches_any_kind();
    }
 
    /// Where in a text the next line stands that has to be looked at; npos when there is none.
    std::size_t find(std::string_view text, std::size_t from) const {
+      if (!m_can_skip_lines) {
+         return from;
+      }
       re2::StringPiece found;
       const bool is_found = m_expression->Match(piece(text), from, text.size(), re2::RE2::UNANCHORED, &found, 1);
       return is_found ? static_cast<std::size_t>(found.data() - text.data()) : std::string_view::npos;
    }
 
-   /// A pattern that looks at where a field begins or ends says nothing about a line.
-   bool can_prefilter() const {
+   /// Whether what matches in a field matches in the line, too: a pattern that looks at where a field begins or ends
+   /// does not.
+   bool can_find_in_lines() const {
       return !m_options.m_is_glob &&
              (m_options.m_is_fixed || m_options.m_pattern.find_first_of("^$\\") == std::string::npos);
    }
 
    bool matches(const LOG_ITEM& item) const {
-      if (m_options.m_fields.empty() && matches_text(item.m_kind_name)) {
+      if ((m_options.m_fields.empty() || is_asked_for("kind")) && matches_text(item.m_kind_name)) {
          return true;
       }
-      for (const FIELD& field : item.m_fields) {
-         if (field.is_element() && is_wanted(field) && matches_text(field.m_value)) {
-            return true;
-         }
-      }
-      return false;
+      return std::any_of(item.m_fields.begin(), item.m_fields.end(), [this](const FIELD& field) {
+         return field.is_element() && is_wanted(field) && matches_text(field.m_value);
+      });
    }
 
    const re2::RE2& expression() const { return *m_expression; }
@@ -82,25 +82,34 @@ private:
       return expression;
    }
 
-   // "*" and "?" alone have a meaning, as names are full of brackets.
-   static std::string glob_as_expression(const std::string& glob) {
-      std::string expression = "^";
-      for (const char byte : glob) {
-         expression += byte == '*' ? ".*" : byte == '?' ? "." : re2::RE2::QuoteMeta(std::string(1, byte));
-      }
-      return expression + "$";
+   /// A kind is read in several spellings, so what matches its name need not stand in the line.
+   bool matches_any_kind() const {
+      const auto& kinds = kind_names(LOG_FORMAT::DATABASE);
+      return (m_options.m_fields.empty() || is_asked_for("kind")) &&
+             std::any_of(kinds.begin(), kinds.end(), [this](std::string_view kind) { return matches_text(kind); });
    }
 
-   bool matches_text(std::string_view text) const { return re2::RE2::PartialMatch(piece(text), *m_expression); }
+   bool matches_text(std::string_view text) const {
+      if (!m_options.m_is_glob) {
+         return re2::RE2::PartialMatch(piece(text), *m_expression);
+      }
+      return m_options.m_ignores_case ? matches_glob(m_glob, lower_case(text)) : matches_glob(m_glob, text);
+   }
+
+   bool is_asked_for(std::string_view name) const {
+      return std::find(m_options.m_fields.begin(), m_options.m_fields.end(), name) != m_options.m_fields.end();
+   }
 
    bool is_wanted(const FIELD& field) const {
-      return m_options.m_fields.empty() ||
-             std::any_of(m_options.m_fields.begin(), m_options.m_fields.end(),
-                         [&field](const auto& name) { return name == field.m_name; });
+      return m_options.m_fields.empty() || is_asked_for(field.m_name) ||
+             (field.m_type == FIELD_TYPE::NODE && is_asked_for("node")) ||
+             (field.m_index != no_element && is_asked_for(field_label(field)));
    }
 
    const GREP_OPTIONS& m_options;
    std::unique_ptr<re2::RE2> m_expression;
+   std::string m_glob;
+   bool m_can_skip_lines = false;
 };
 
 class GREP {
@@ -127,29 +136,22 @@ public:
          }
       }
       m_output.flush();
+      const bool is_plain = m_options.m_pattern.find_first_of("[](){}|.*+?^$\\") == std::string::npos;
+      if (status == STATUS::FINE && m_total == 0 && !is_plain && !m_options.m_is_fixed && !m_options.m_is_glob &&
+          !m_options.m_is_inverted) {
+         tell("nothing matches the regular expression; --fixed takes brackets and bars as they are");
+      }
       return status != STATUS::FINE ? status : m_total != 0 ? STATUS::FINE : STATUS::FINDINGS;
    }
 
 private:
    STATUS search(const std::string& path) {
-      const bool can_search_quickly =
-          path != "-" && !m_options.m_is_inverted && m_matcher.can_prefilter() && !m_options.m_json;
-      if (can_search_quickly) {
-         RECOGNISED_INPUT input = open_recognised(path, m_options.m_log.format());
-         if (input.m_format == LOG_FORMAT::DATABASE) {
-            return search_blocks(*input.m_input);
-         }
+      RECOGNISED_INPUT input = open_recognised(path, m_options.m_log.format());
+      if (input.m_format == LOG_FORMAT::DATABASE && !m_options.m_is_inverted && !m_options.m_json) {
+         return search_blocks(*input.m_input);
       }
-      return search_items(path);
-   }
-
-   STATUS search_items(const std::string& path) {
-      LOG_OPTIONS one = m_options.m_log;
-      one.m_files = {path};
-      one.m_is_recursive = false;
-      return for_each_item(one, [this](const LOG_READER&, const LOG_ITEM& item) {
-         const bool may_match = item.m_format == LOG_FORMAT::FSYN || m_matcher.may_match(item.m_bytes);
-         if ((may_match && m_matcher.matches(item)) != m_options.m_is_inverted) {
+      return for_each_item(*open_log(std::move(input), m_name), [this](const LOG_READER&, const LOG_ITEM& item) {
+         if (m_matcher.matches(item) != m_options.m_is_inverted) {
             take(item);
          }
          return !(m_options.m_lists_files && m_count != 0);
@@ -158,24 +160,25 @@ private:
 
    STATUS search_blocks(INPUT& input) {
       BLOCK_SOURCE blocks(input);
-      bool is_first = true;
-      bool is_readable = true;
-      for (std::string_view lines = blocks.next(); is_readable && !lines.empty(); lines = blocks.next()) {
-         const std::string_view readable = readable_lines(lines);
-         is_readable = readable.size() == lines.size();
-         const std::size_t version = is_first && !readable.empty() ? readable.find('\n') + 1 : 0;
-         is_first = false;
-         search_lines(readable.substr(version));
+      std::uint64_t number = 1;
+      for (std::string_view lines = blocks.next(); !lines.empty(); lines = blocks.next()) {
+         const std::size_t version = number == 1 ? lines.find('\n') + 1 : 0;
+         number += static_cast<std::uint64_t>(std::count(lines.begin(), lines.end(), '\n'));
+         search_lines(lines.substr(version));
          if (m_options.m_lists_files && m_count != 0) {
             return STATUS::FINE;
          }
       }
-      // A file without any line end is an empty database.
-      if (!is_readable || blocks.rest() > (is_first ? longest_database_line : 0)) {
-         tell(m_name + ": the file ends in a line that cannot be read; 'logdb check' tells more");
-         return STATUS::INPUT;
+      REST_INPUT rest(blocks);
+      LINE line;
+      if (!LINE_SOURCE(rest).next(line)) {
+         return STATUS::FINE;
       }
-      return STATUS::FINE;
+      line.m_number = number;
+      const READING_END end = end_of_reading(m_name, line);
+      m_output.flush();
+      tell(end.m_trouble);
+      return end.m_has_failed ? STATUS::INPUT : STATUS::FINE;
    }
 
    void search_lines(std::string_view lines) {
@@ -235,7 +238,7 @@ private:
    }
 
    void print_line(std::string_view line) {
-      if (m_output.has_colour() && !m_options.m_is_inverted && m_matcher.can_prefilter()) {
+      if (m_output.has_colour() && !m_options.m_is_inverted && m_matcher.can_find_in_lines()) {
          for (re2::StringPiece found; m_matcher.expression().Match({line.data(), line.size()}, 0, line.size(),
                                                                    re2::RE2::UNANCHORED, &found, 1) &&
                                       !found.empty();) {
@@ -303,5 +306,8 @@ void add_grep(COMMAND_TABLE& table) {
    app.add_flag("-c,--count", options->m_counts, "Print how many match");
    app.add_flag("-l,--files-with-matches", options->m_lists_files, "Print the names of files with a match");
    app.add_flag("--json", options->m_json, "One JSON object a match");
-   command.m_run = [options] { return GREP(*options).search_all(); };
+   command.m_run = [options] {
+      check_field_names("--field", options->m_fields, {"kind", "node"});
+      return GREP(*options).search_all();
+   };
 }

@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 #include <string_view>
 #include <utility>
@@ -35,6 +36,10 @@ public:
          throw TOOL_ERROR(STATUS::INPUT, system_error_text(m_name));
       }
       if (S_ISDIR(status.st_mode)) {
+         // A folder that cannot be read is here because its files could not be listed.
+         if (path != "-" && ::access(path.c_str(), R_OK | X_OK) != 0) {
+            throw TOOL_ERROR(STATUS::INPUT, system_error_text(m_name));
+         }
          throw TOOL_ERROR(STATUS::INPUT, m_name + ": is a folder; say --recursive to take all files in it");
       }
       ::posix_fadvise(m_file, 0, 0, POSIX_FADV_SEQUENTIAL);
@@ -109,7 +114,8 @@ public:
           archive_read_next_header(m_archive, &entry) != ARCHIVE_OK) {
          const std::string text = trouble();
          archive_read_free(m_archive);
-         throw TOOL_ERROR(STATUS::INPUT, text);
+         rethrow_read_error();
+         throw CANNOT_UNPACK(text);
       }
    }
    ~COMPRESSED_INPUT() override { archive_read_free(m_archive); }
@@ -119,10 +125,12 @@ public:
    std::size_t read(char* to, std::size_t size) override {
       const la_ssize_t count = archive_read_data(m_archive, to, size);
       if (count < 0) {
-         throw TOOL_ERROR(STATUS::INPUT, trouble());
+         rethrow_read_error();
+         throw CANNOT_UNPACK(trouble());
       }
       return static_cast<std::size_t>(count);
    }
+   bool is_packed() const override { return true; }
 
 private:
    static la_ssize_t read_packed(archive* /*archive*/, void* self, const void** block) {
@@ -131,7 +139,15 @@ private:
       try {
          return static_cast<la_ssize_t>(input->m_packed->read(input->m_block.data(), input->m_block.size()));
       } catch (const TOOL_ERROR&) {
+         input->m_read_error = std::current_exception();
+         archive_set_error(input->m_archive, EIO, "it cannot be read");
          return -1;
+      }
+   }
+
+   void rethrow_read_error() const {
+      if (m_read_error != nullptr) {
+         std::rethrow_exception(m_read_error);
       }
    }
 
@@ -143,6 +159,7 @@ private:
    std::unique_ptr<PLAIN_INPUT> m_packed;
    std::vector<char> m_block;
    archive* m_archive;
+   std::exception_ptr m_read_error;
 };
 
 bool is_compressed(std::string_view head) {
@@ -153,6 +170,24 @@ bool is_compressed(std::string_view head) {
                       [head](std::string_view signature) { return head.starts_with(signature); });
 }
 
+/// A part of a file that is read by everybody from its own place.
+class COPY_INPUT : public INPUT {
+public:
+   explicit COPY_INPUT(int file) : m_file(file) {}
+   std::size_t read(char* to, std::size_t size) override {
+      const ssize_t count = ::pread(m_file, to, size, m_offset);
+      if (count < 0) {
+         throw TOOL_ERROR(STATUS::INPUT, system_error_text("temporary file"));
+      }
+      m_offset += count;
+      return static_cast<std::size_t>(count);
+   }
+
+private:
+   int m_file;
+   off_t m_offset = 0;
+};
+
 void add_folder(const std::filesystem::path& folder, std::vector<std::string>& files) {
    std::vector<std::filesystem::path> found;
    std::error_code error;
@@ -161,7 +196,8 @@ void add_folder(const std::filesystem::path& folder, std::vector<std::string>& f
       found.push_back(entry->path());
    }
    if (error) {
-      throw TOOL_ERROR(STATUS::INPUT, folder.string() + ": " + error.message());
+      // Whoever opens it is told why.
+      files.push_back(folder.string());
    }
    std::sort(found.begin(), found.end());
    for (const std::filesystem::path& path : found) {
@@ -182,6 +218,52 @@ std::unique_ptr<INPUT> open_input(const std::string& path) {
       return plain;
    }
    return std::make_unique<COMPRESSED_INPUT>(std::move(plain));
+}
+
+bool is_plain_file(const std::string& path) {
+   struct stat status = {};
+   return path != "-" && ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+REREADABLE::REREADABLE(const std::string& path) : m_path(path) {
+   if (!is_plain_file(path)) {
+      keep(*open_input(path));
+   }
+}
+
+REREADABLE::~REREADABLE() {
+   if (m_copy >= 0) {
+      ::close(m_copy);
+   }
+}
+
+std::unique_ptr<INPUT> REREADABLE::open() const {
+   if (m_copy < 0) {
+      return open_input(m_path);
+   }
+   return std::make_unique<COPY_INPUT>(m_copy);
+}
+
+void REREADABLE::keep(INPUT& input) {
+   std::error_code error;
+   std::string name = (std::filesystem::temp_directory_path(error) / "logdb.XXXXXX").string();
+   m_copy = ::mkostemp(name.data(), O_CLOEXEC);
+   if (m_copy < 0) {
+      throw TOOL_ERROR(STATUS::OUTPUT, system_error_text(name));
+   }
+   // It goes away with the process, however that ends.
+   ::unlink(name.c_str());
+   std::vector<char> block(block_size);
+   for (std::size_t size = input.read(block.data(), block.size()); size != 0;
+        size = input.read(block.data(), block.size())) {
+      for (std::size_t written = 0; written < size;) {
+         const ssize_t count = ::write(m_copy, block.data() + written, size - written);
+         if (count < 0 && errno != EINTR) {
+            throw TOOL_ERROR(STATUS::OUTPUT, system_error_text("temporary file"));
+         }
+         written += count < 0 ? 0 : static_cast<std::size_t>(count);
+      }
+   }
 }
 
 std::vector<std::string> expand_paths(const std::vector<std::string>& paths, bool recursive) {

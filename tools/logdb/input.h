@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "status.h"
+
 /// \file
 /// Where logs come from: files, compressed files, standard input, folders.
 
@@ -21,10 +23,42 @@ public:
 
    /// Reads at most so many bytes; 0 at the end. Throws a TOOL_ERROR when the input cannot be read.
    virtual std::size_t read(char* to, std::size_t size) = 0;
+
+   /// Whether the bytes were unpacked.
+   virtual bool is_packed() const { return false; }
+};
+
+/// Compressed bytes that cannot be unpacked any further: the system could read them.
+class CANNOT_UNPACK : public TOOL_ERROR {
+public:
+   explicit CANNOT_UNPACK(const std::string& text) : TOOL_ERROR(STATUS::INPUT, text) {}
 };
 
 /// Opens a file, or standard input for "-". What is compressed, by its first bytes, is unpacked.
 std::unique_ptr<INPUT> open_input(const std::string& path);
+
+/// What a path holds, to be read more than once. What is no plain file, such as a pipe, is kept in a temporary one.
+class REREADABLE {
+public:
+   explicit REREADABLE(const std::string& path);
+   ~REREADABLE();
+   REREADABLE(const REREADABLE&) = delete;
+   REREADABLE& operator=(const REREADABLE&) = delete;
+
+   const std::string& path() const { return m_path; }
+
+   /// The bytes from the first one on.
+   std::unique_ptr<INPUT> open() const;
+
+private:
+   void keep(INPUT& input);
+
+   std::string m_path;
+   int m_copy = -1;
+};
+
+/// Whether a path is that of a plain file, which gives the same bytes whenever it is opened.
+bool is_plain_file(const std::string& path);
 
 /// Bytes in memory as an input.
 class MEMORY_INPUT : public INPUT {
@@ -41,7 +75,7 @@ private:
 };
 
 /// The files of a command line. A folder stands for all files below it, in the order of their names, if it may;
-/// else it is an error.
+/// else it stays what it is, and opening it is an error. So does a folder that cannot be read.
 std::vector<std::string> expand_paths(const std::vector<std::string>& paths, bool recursive);
 
 /// How a path is called in messages.

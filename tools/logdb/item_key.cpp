@@ -37,9 +37,12 @@ std::uint64_t key_hash(const LOG_ITEM& item) {
          has_node = true;
       }
    }
-   // An entry without nodes is about what it names first.
+   // An entry without nodes is about all that stands in front of its last field, which is what was found out.
    if (!has_node && !item.m_fields.empty()) {
       hash = add_field(hash, item.m_fields.front());
+      for (std::size_t position = 1; position + 1 < item.m_fields.size(); ++position) {
+         hash = add_field(hash, item.m_fields[position]);
+      }
    }
    return hash;
 }

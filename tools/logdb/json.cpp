@@ -48,33 +48,22 @@ bool is_plain(unsigned char byte) {
    return byte >= 0x20 && byte < 0x7F && byte != '"' && byte != '\\';
 }
 
-void append_field(std::string& json, const FIELD& field) {
-   if (is_json_number(field.m_type)) {
-      json += field.m_value;
-   } else {
-      append_json_string(json, field.m_value);
-   }
-}
-
 void append_entry_fields(std::string& json, const LOG_ITEM& item) {
    json += ",\"fields\":[";
    const char* separator = "";
    for (const FIELD& field : item.m_fields) {
       json += separator;
-      append_field(json, field);
+      append_json_value(json, field);
       separator = ",";
    }
    json += ']';
 }
 
 /// Appends a field with all of its elements; answers the index behind them.
-std::size_t append_record_field(std::string& json, const LOG_ITEM& item, std::size_t first) {
+std::size_t append_elements(std::string& json, const LOG_ITEM& item, std::size_t first) {
    const FIELD& field = item.m_fields[first];
-   json += ",\"";
-   json += field.m_name;
-   json += "\":";
    if (field.m_shape == FIELD_SHAPE::SCALAR) {
-      append_field(json, field);
+      append_json_value(json, field);
       return first + 1;
    }
    const bool are_slots = field.m_shape == FIELD_SHAPE::SLOTS;
@@ -88,7 +77,7 @@ std::size_t append_record_field(std::string& json, const LOG_ITEM& item, std::si
       if (are_slots) {
          json += '"' + std::to_string(item.m_fields[index].m_index) + "\":";
       }
-      append_field(json, item.m_fields[index]);
+      append_json_value(json, item.m_fields[index]);
    }
    json += are_slots ? '}' : ']';
    return index;
@@ -98,6 +87,14 @@ std::size_t append_record_field(std::string& json, const LOG_ITEM& item, std::si
 
 bool is_json_number(FIELD_TYPE type) {
    return type == FIELD_TYPE::NUMBER || type == FIELD_TYPE::INDEX || type == FIELD_TYPE::FLAG;
+}
+
+void append_json_value(std::string& json, const FIELD& field) {
+   if (is_json_number(field.m_type)) {
+      json += field.m_value;
+   } else {
+      append_json_string(json, field.m_value);
+   }
 }
 
 void append_json_string(std::string& json, std::string_view text) {
@@ -149,6 +146,19 @@ void append_json_members(std::string& json, const LOG_ITEM& item) {
       return;
    }
    for (std::size_t index = 0; index < item.m_fields.size();) {
-      index = append_record_field(json, item, index);
+      json += ",\"";
+      json += item.m_fields[index].m_name;
+      json += "\":";
+      index = append_elements(json, item, index);
    }
+}
+
+void append_json_field(std::string& json, const LOG_ITEM& item, std::string_view name) {
+   for (std::size_t index = 0; index < item.m_fields.size(); ++index) {
+      if (item.m_fields[index].m_name == name) {
+         append_elements(json, item, index);
+         return;
+      }
+   }
+   json += "null";
 }

@@ -22,6 +22,13 @@ std::string bytes_of_json_text(std::string_view text);
 /// Appends the members of an item without the braces: the kind and its fields.
 void append_json_members(std::string& json, const LOG_ITEM& item);
 
+/// Appends the value of a field with all of its elements, as append_json_members() writes it; "null" when the item
+/// has no such field.
+void append_json_field(std::string& json, const LOG_ITEM& item, std::string_view name);
+
+/// Appends the value of one field or element.
+void append_json_value(std::string& json, const FIELD& field);
+
 /// Whether a member is a number in JSON. A mask is a string: 64 bits do not fit the numbers of many tools.
 bool is_json_number(FIELD_TYPE type);
 

@@ -33,9 +33,7 @@ void describe(LOG_FORMAT format, int kind, LOG_ITEM& item) {
       }
       return;
    }
-   logdb_fsyn_visit_kind(kind,
-                         [&item]<class RECORD>(LOGDB_FSYN_KIND<RECORD>) { item.m_record.reset(new (0) RECORD); });
-   list_fields(item);
+   make_empty_record(kind, item);
    // A record that is new has no name there, but it is the place for a node.
    for (FIELD& field : item.m_fields) {
       field.m_type =
@@ -50,13 +48,33 @@ std::string type_text(const FIELD& field) {
                                                 : type;
 }
 
+bool is_named(const std::string& wanted, std::string_view name) {
+   return !name.empty() && matches_glob(lower_case(wanted), lower_case(name));
+}
+
 bool is_wanted(const KINDS_OPTIONS& options, std::string_view name) {
-   if (name.empty()) {
-      return false;
+   return !name.empty() &&
+          (options.m_kinds.empty() || std::any_of(options.m_kinds.begin(), options.m_kinds.end(),
+                                                  [&](const auto& kind) { return is_named(kind, name); }));
+}
+
+/// Tells of each kind that was asked for and does not exist.
+bool tell_of_unknown_kinds(const KINDS_OPTIONS& options) {
+   std::vector<std::string> known;
+   for (const LOG_FORMAT format : {LOG_FORMAT::DATABASE, LOG_FORMAT::FSYN}) {
+      if (options.m_log.format().value_or(format) == format) {
+         known.insert(known.end(), kind_names(format).begin(), kind_names(format).end());
+      }
    }
-   return options.m_kinds.empty() ||
-          std::any_of(options.m_kinds.begin(), options.m_kinds.end(),
-                      [&](const auto& kind) { return matches_glob(lower_case(kind), lower_case(name)); });
+   std::erase(known, "");
+   bool has_unknown = false;
+   for (const std::string& wanted : options.m_kinds) {
+      if (std::none_of(known.begin(), known.end(), [&](const auto& name) { return is_named(wanted, name); })) {
+         tell("there is no kind '" + wanted + "'" + suggestion(wanted, known));
+         has_unknown = true;
+      }
+   }
+   return has_unknown;
 }
 
 JSON element_schema(const FIELD& field) {
@@ -163,12 +181,12 @@ STATUS kinds(const KINDS_OPTIONS& options) {
          }
       }
    }
-   if (options.m_json_schema) {
+   if (options.m_json_schema && found) {
       const JSON schema = {{"$schema", "https://json-schema.org/draft/2020-12/schema"}, {"oneOf", schemas}};
       output << schema.dump(2) << '\n';
    }
    output.flush();
-   return found ? STATUS::FINE : STATUS::FINDINGS;
+   return tell_of_unknown_kinds(options) || !found ? STATUS::FINDINGS : STATUS::FINE;
 }
 
 } // namespace

@@ -13,6 +13,7 @@ constexpr int number_of_record_kinds = END_OF_LOG + 1;
 
 std::vector<std::string_view> entry_kinds() {
    std::vector<std::string_view> names;
+   names.reserve(number_of_entry_kinds);
    for (int kind = 0; kind < number_of_entry_kinds; ++kind) {
       names.emplace_back(logdb_get_debug_string(static_cast<LOGDB_ENTRY_TYPE_ENUM>(kind)));
    }

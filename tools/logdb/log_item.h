@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -76,5 +77,11 @@ void split_entry(std::string_view line, LOG_ITEM& item);
 
 /// The names of positions: "0", "1" ...
 std::string_view position_name(std::size_t position);
+
+/// A new record of a kind. When there is no memory, an exception says so.
+template <class RECORD> RECORD* new_record() {
+   RECORD* const record = new (0) RECORD;
+   return record != nullptr ? record : throw std::bad_alloc();
+}
 
 #endif

@@ -9,6 +9,8 @@
 #include <unistd.h>
 
 #include "command.h"
+#include "fsyn_fields.h"
+#include "progress.h"
 #include "text.h"
 
 namespace {
@@ -26,6 +28,18 @@ std::vector<std::string> all_kind_names() {
    for (const LOG_FORMAT format : {LOG_FORMAT::DATABASE, LOG_FORMAT::FSYN}) {
       for (const std::string_view kind : kind_names(format)) {
          names.emplace_back(kind);
+      }
+   }
+   return names;
+}
+
+std::vector<std::string> field_names_of_records() {
+   std::vector<std::string> names;
+   for (std::size_t kind = 0; kind < kind_names(LOG_FORMAT::FSYN).size(); ++kind) {
+      LOG_ITEM item;
+      make_empty_record(static_cast<int>(kind), item);
+      for (const FIELD& field : item.m_fields) {
+         names.emplace_back(field.m_name);
       }
    }
    return names;
@@ -76,10 +90,7 @@ std::vector<std::string> LOG_OPTIONS::paths() const {
          return false;
       }
       try {
-         open_recognised(path);
-         return false;
-      } catch (const NO_LOG&) {
-         return true;
+         return !is_log_of_folder(path);
       } catch (const TOOL_ERROR&) {
          return false;
       }
@@ -108,12 +119,12 @@ void add_log_options(CLI::App& app, LOG_OPTIONS& options) {
    add_colour_option(app, options);
 }
 
-void add_selection_options(CLI::App& app, SELECTION& selection) {
+void add_selection_options(CLI::App& app, SELECTION& selection, const std::string& node) {
    app.add_option("-k,--kind", selection.m_kinds, "Only these kinds, for example REGISTER_PACKING or 'SET_*'")
        ->type_name("KIND,...")
        ->delimiter(',')
        ->allow_extra_args(false);
-   app.add_option("-n,--node", selection.m_nodes,
+   app.add_option(node, selection.m_nodes,
                   "Only what is about a node that matches, in any of its fields; * and ? match as in a shell")
        ->type_name("GLOB")
        ->allow_extra_args(false);
@@ -139,6 +150,9 @@ void SELECTION::prepare() {
    const std::size_t colon = m_range.find(':');
    m_first = range_end(std::string_view(m_range).substr(0, colon), 1);
    m_last = colon == std::string::npos ? m_first : range_end(std::string_view(m_range).substr(colon + 1), m_last);
+   if (m_first == 0 || m_last < m_first) {
+      throw TOOL_ERROR(STATUS::USAGE, "--range: '" + m_range + "' holds no number; they begin with 1");
+   }
 }
 
 bool SELECTION::accepts_kind(const LOG_ITEM& item) const {
@@ -164,26 +178,63 @@ bool SELECTION::accepts(const LOG_ITEM& item) const {
 }
 
 void tell(const std::string& text) {
-   std::fputs(("logdb: " + (::isatty(STDERR_FILENO) == 1 ? escaped_for_terminal(text) : text) + "\n").c_str(),
-              stderr);
+   PROGRESS::hide();
+   if (::isatty(STDERR_FILENO) != 1) {
+      // Without a copy, so that what was done can be told where memory has run out.
+      std::fputs("logdb: ", stderr);
+      std::fputs(text.c_str(), stderr);
+      std::fputc('\n', stderr);
+      return;
+   }
+   std::string message = "logdb: ";
+   std::string_view rest = text;
+   while (true) {
+      const std::string_view line = rest.substr(0, rest.find('\n'));
+      message += escaped_for_terminal(line);
+      message += '\n';
+      if (line.size() == rest.size()) {
+         break;
+      }
+      rest.remove_prefix(line.size() + 1);
+   }
+   std::fputs(message.c_str(), stderr);
 }
 
 STATUS worse(STATUS left, STATUS right) {
    return std::max(left, right);
 }
 
+STATUS for_each_item(LOG_READER& reader, const std::function<bool(LOG_READER&, LOG_ITEM&)>& action) {
+   LOG_ITEM item;
+   while (reader.next(item) && action(reader, item)) {
+   }
+   if (!reader.trouble().empty()) {
+      tell(reader.trouble());
+   }
+   return reader.has_failed() ? STATUS::INPUT : STATUS::FINE;
+}
+
+void check_field_names(const std::string& option, const std::vector<std::string>& names,
+                       const std::vector<std::string>& other_words) {
+   std::vector<std::string> known = field_names_of_records();
+   known.insert(known.end(), other_words.begin(), other_words.end());
+   for (const std::string& name : names) {
+      const bool is_position = !name.empty() && name.find_first_not_of("0123456789") == std::string::npos;
+      const std::string list = name.ends_with(']') ? name.substr(0, name.rfind('[')) : name;
+      if (!is_position && std::find(known.begin(), known.end(), list) == known.end()) {
+         std::string text = option;
+         text += ": there is no field '" + name + "'" + suggestion(name, known);
+         text += "\nFields of databases are positions, from 0; 'logdb kinds' lists those of records.";
+         throw TOOL_ERROR(STATUS::USAGE, text);
+      }
+   }
+}
+
 STATUS for_each_item(const LOG_OPTIONS& options, const std::function<bool(LOG_READER&, LOG_ITEM&)>& action) {
    STATUS status = STATUS::FINE;
    for (const std::string& path : options.paths()) {
       try {
-         const std::unique_ptr<LOG_READER> reader = open_log(path, options.format());
-         LOG_ITEM item;
-         while (reader->next(item) && action(*reader, item)) {
-         }
-         if (!reader->trouble().empty()) {
-            tell(reader->trouble());
-         }
-         status = worse(status, reader->has_failed() ? STATUS::INPUT : STATUS::FINE);
+         status = worse(status, for_each_item(*open_log(path, options.format()), action));
       } catch (const TOOL_ERROR& error) {
          if (error.m_status != STATUS::INPUT) {
             throw;

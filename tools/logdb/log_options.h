@@ -47,6 +47,9 @@ struct SELECTION {
 
    /// Makes ready; throws a TOOL_ERROR of usage when an option makes no sense.
    void prepare();
+
+   /// Whether anything is asked for.
+   bool is_made() const { return !m_kinds.empty() || !m_nodes.empty() || !m_range.empty() || !m_phase.empty(); }
    bool accepts(const LOG_ITEM& item) const;
    bool is_behind_range(const LOG_ITEM& item) const { return item.m_number >= m_last; }
 
@@ -59,7 +62,9 @@ private:
 };
 
 /// Adds --kind, --node, --range and --phase.
-void add_selection_options(CLI::App& app, SELECTION& selection);
+///
+/// \param node  how --node is spelled
+void add_selection_options(CLI::App& app, SELECTION& selection, const std::string& node = "-n,--node");
 
 /// Tells on standard error. Everything that is not data goes this way.
 void tell(const std::string& text);
@@ -69,6 +74,13 @@ void tell(const std::string& text);
 ///
 /// \return INPUT when anything could not be read, else FINE
 STATUS for_each_item(const LOG_OPTIONS& options, const std::function<bool(LOG_READER&, LOG_ITEM&)>& action);
+
+/// The same for a log that is open.
+STATUS for_each_item(LOG_READER& reader, const std::function<bool(LOG_READER&, LOG_ITEM&)>& action);
+
+/// Throws a TOOL_ERROR of usage for a name that is neither a field of any kind nor among the other words.
+void check_field_names(const std::string& option, const std::vector<std::string>& names,
+                       const std::vector<std::string>& other_words);
 
 /// The worse of two.
 STATUS worse(STATUS left, STATUS right);

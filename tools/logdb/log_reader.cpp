@@ -53,7 +53,7 @@ bool is_version(std::string_view line) {
    return line.size() >= 2 && line[0] == 'v' && '0' <= line[1] && line[1] <= '9';
 }
 
-/// Whether any line begins as records do. A log that was damaged in front is recognised by what is behind.
+/// Whether any word begins as records do. A log that was damaged in front is recognised by what is behind.
 bool has_keyword(std::string_view head) {
    constexpr std::string_view beginning = "PHYSICAL_SYNTHESIS_";
    for (std::size_t place = head.find(beginning); place != std::string_view::npos;
@@ -113,28 +113,16 @@ public:
    DATABASE_READER(std::unique_ptr<INPUT> input, std::string name)
        : LOG_READER(std::move(input), std::move(name), LOG_FORMAT::DATABASE), m_lines(*m_input) {
       LINE line;
-      if (!m_lines.next(line)) {
-         return;
-      }
-      if (!line.is_too_long() && line.m_is_ended) {
+      if (m_lines.next(line) && is_readable(line)) {
          m_version = line.m_text.substr(0, line.m_text.find('\0'));
          m_is_open = true;
-      } else if (line.is_too_long()) {
-         fail(line, "the version line has " + std::to_string(line.m_length) + " bytes");
-      } else {
-         m_trouble = m_name + ":1: the file has no line end, so it counts as empty";
       }
    }
 
 protected:
    bool read(LOG_ITEM& item) override {
       LINE line;
-      if (!m_is_open || !m_lines.next(line)) {
-         return false;
-      }
-      if (line.is_too_long() || !line.m_is_ended) {
-         fail(line, line.is_too_long() ? "the line has " + std::to_string(line.m_length) + " bytes"
-                                       : "the last line has no line end");
+      if (!m_is_open || !m_lines.next(line) || !is_readable(line)) {
          return false;
       }
       split_entry(line.m_text, item);
@@ -145,10 +133,15 @@ protected:
    }
 
 private:
-   void fail(const LINE& line, const std::string& why) {
+   bool is_readable(const LINE& line) {
+      if (!line.is_too_long() && line.m_is_ended) {
+         return true;
+      }
       m_is_open = false;
-      m_has_failed = true;
-      m_trouble = m_name + ":" + std::to_string(line.m_number) + ": " + why + "; reading ends in front of it";
+      READING_END end = end_of_reading(m_name, line);
+      m_trouble = std::move(end.m_trouble);
+      m_has_failed = end.m_has_failed;
+      return false;
    }
 
    LINE_SOURCE m_lines;
@@ -184,7 +177,7 @@ protected:
 private:
    void read_record(int kind, LOG_ITEM& item) {
       logdb_fsyn_visit_kind(kind, [&]<class RECORD>(LOGDB_FSYN_KIND<RECORD>) {
-         auto* record = new (0) RECORD;
+         auto* record = new_record<RECORD>();
          item.m_record.reset(record);
          LOGDB_FSYN_RECORD_READER<WORD_SOURCE> reader(m_words);
          LOGDB_FSYN_KIND<RECORD>::layout(reader, *record);
@@ -223,6 +216,34 @@ private:
 
 } // namespace
 
+READING_END end_of_reading(const std::string& name, const LINE& line) {
+   const std::string place = name + ":" + std::to_string(line.m_number) + ": ";
+   if (line.m_number == 1 && !line.is_too_long()) {
+      return {place + "the file has no line end, so it counts as empty", false};
+   }
+   const std::string what = line.m_number == 1 ? "the version line" : "the line";
+   return {place +
+               (line.is_too_long() ? what + " has " + std::to_string(line.m_length) + " bytes"
+                                   : "the last line has no line end") +
+               "; reading ends in front of it",
+           true};
+}
+
+bool is_log_of_folder(const std::string& path) {
+   for (const char* part : {".logdb", ".fsyn"}) {
+      const std::size_t place = path.rfind(part);
+      const std::size_t end = place == std::string::npos ? place : place + std::strlen(part);
+      // Behind it there may be how it is packed.
+      if (end != std::string::npos && (end == path.size() || (path[end] == '.' && path.size() - end <= 5))) {
+         return true;
+      }
+   }
+   LOOKED_AT_INPUT input(open_input(path));
+   input.look_further();
+   const std::string_view line = std::string_view(input.head()).substr(0, input.head().find('\n'));
+   return is_version(line) || is_entry(line) || line.starts_with("PHYSICAL_SYNTHESIS_");
+}
+
 bool LOG_READER::next(LOG_ITEM& item) {
    if (!read(item)) {
       return false;
@@ -250,9 +271,12 @@ RECOGNISED_INPUT recognise_input(std::unique_ptr<INPUT> input, const std::string
 }
 
 std::unique_ptr<LOG_READER> open_log(const std::string& path, std::optional<LOG_FORMAT> format) {
-   RECOGNISED_INPUT input = open_recognised(path, format);
+   return open_log(open_recognised(path, format), display_name(path));
+}
+
+std::unique_ptr<LOG_READER> open_log(RECOGNISED_INPUT input, const std::string& name) {
    if (input.m_format == LOG_FORMAT::DATABASE) {
-      return std::make_unique<DATABASE_READER>(std::move(input.m_input), display_name(path));
+      return std::make_unique<DATABASE_READER>(std::move(input.m_input), name);
    }
-   return std::make_unique<FSYN_READER>(std::move(input.m_input), display_name(path));
+   return std::make_unique<FSYN_READER>(std::move(input.m_input), name);
 }

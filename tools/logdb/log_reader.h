@@ -51,10 +51,16 @@ protected:
    std::uint64_t m_count = 0;
 };
 
-/// Opens a log.
-///
-/// \param format  what it is; when nobody says, its first bytes do
-std::unique_ptr<LOG_READER> open_log(const std::string& path, std::optional<LOG_FORMAT> format = {});
+struct LINE;
+
+/// Where the library stops to read a database, and why.
+struct READING_END {
+   std::string m_trouble;     ///< in words
+   bool m_has_failed = false; ///< whether it gives up, although there is more
+};
+
+/// What the library makes of a line that is too long or has no end.
+READING_END end_of_reading(const std::string& name, const LINE& line);
 
 /// An input that was opened and recognised.
 struct RECOGNISED_INPUT {
@@ -62,7 +68,21 @@ struct RECOGNISED_INPUT {
    LOG_FORMAT m_format;
 };
 
-/// The same, for those that read the bytes by themselves.
+/// Opens a log.
+///
+/// \param format  what it is; when nobody says, its first bytes do
+std::unique_ptr<LOG_READER> open_log(const std::string& path, std::optional<LOG_FORMAT> format = {});
+
+/// Reads a log that is open already.
+///
+/// \param name  how it is called in messages
+std::unique_ptr<LOG_READER> open_log(RECOGNISED_INPUT input, const std::string& name);
+
+/// Whether a file of a folder is a log. Folders hold other files, some of which speak of logs: here the first line
+/// counts, or the name.
+bool is_log_of_folder(const std::string& path);
+
+/// Opens and recognises, for those that read the bytes by themselves.
 RECOGNISED_INPUT open_recognised(const std::string& path, std::optional<LOG_FORMAT> format = {});
 
 /// The same for an input that is open already.

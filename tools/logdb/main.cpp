@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <CLI/CLI.hpp>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include "command.h"
@@ -53,6 +54,9 @@ std::string usage_complaint(const COMMAND& command, const std::vector<std::strin
                             const std::string& what) {
    const std::vector<std::string> known = option_names(*command.m_app);
    for (const std::string& argument : arguments) {
+      if (argument == "--") {
+         break;
+      }
       const std::string name = argument.substr(0, argument.find('='));
       if (name.starts_with("--") && name.size() > 2 &&
           std::find(known.begin(), known.end(), name) == known.end()) {
@@ -78,6 +82,13 @@ STATUS run_command(COMMAND& command, std::vector<std::string> arguments) {
    return command.m_run();
 }
 
+std::string unknown_command(const std::string& word, const COMMAND_TABLE& table) {
+   if (word.starts_with("-")) {
+      return "there is no option " + word + suggestion(word, {"--help", "--version", "--manual"});
+   }
+   return "there is no command '" + word + "'" + suggestion(word, table.names());
+}
+
 STATUS run(COMMAND_TABLE& table, std::vector<std::string> arguments) {
    const std::string word = arguments.empty() ? "" : arguments.front();
    if (word.empty()) {
@@ -99,17 +110,21 @@ STATUS run(COMMAND_TABLE& table, std::vector<std::string> arguments) {
          print(help_text(*command));
          return STATUS::FINE;
       }
-      tell("there is no command '" + arguments.front() + "'" + suggestion(arguments.front(), table.names()));
+      tell(unknown_command(arguments.front(), table));
+      return STATUS::USAGE;
+   }
+   if (word == "--manual" && arguments.empty()) {
+      print(manual_page(table, nullptr));
+      return STATUS::FINE;
+   }
+   COMMAND* command = table.find(word == "--manual" ? arguments.front() : word);
+   if (command == nullptr) {
+      tell(unknown_command(word == "--manual" ? arguments.front() : word, table) + "\nTry 'logdb --help'.");
       return STATUS::USAGE;
    }
    if (word == "--manual") {
-      print(manual_page(table, arguments.empty() ? nullptr : table.find(arguments.front())));
+      print(manual_page(table, command));
       return STATUS::FINE;
-   }
-   COMMAND* command = table.find(word);
-   if (command == nullptr) {
-      tell("there is no command '" + word + "'" + suggestion(word, table.names()) + "\nTry 'logdb --help'.");
-      return STATUS::USAGE;
    }
    return run_command(*command, std::move(arguments));
 }
@@ -124,17 +139,38 @@ STATUS guarded_run(const std::vector<std::string>& arguments) {
    } catch (const TOOL_ERROR& error) {
       tell(error.what());
       return error.m_status;
+   } catch (const std::bad_alloc&) {
+      throw;
    } catch (const std::exception& error) {
       tell(std::string("internal fault: ") + error.what());
       return STATUS::INTERNAL;
    }
 }
 
+/// A file that is opened must never get the number of a standard stream that is closed, or messages and data would
+/// go into it. A closed output stays one that cannot be written.
+void occupy_standard_streams() {
+   for (int file = STDIN_FILENO; file <= STDERR_FILENO; ++file) {
+      if (::fcntl(file, F_GETFD) == -1) {
+         // The lowest number that is free is the one that was missing.
+         ::open("/dev/null", file == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+      }
+   }
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
+   occupy_standard_streams();
    std::signal(SIGPIPE, SIG_IGN);
    // What the library would report about a log is told by the commands, with its place.
-   host_set_internal_error_handler([](const char*, const char*, const char*, int) {});
-   return static_cast<int>(guarded_run({arguments + 1, arguments + count}));
+   try {
+      host_set_internal_error_handler([](const char*, const char*, const char*, int) {});
+      return static_cast<int>(guarded_run({arguments + 1, arguments + count}));
+   } catch (const std::bad_alloc&) {
+      // Perhaps there was not even memory for a message.
+      constexpr std::string_view text = "logdb: there is not enough memory\n";
+      static_cast<void>(!::write(STDERR_FILENO, text.data(), text.size()));
+      return static_cast<int>(STATUS::INTERNAL);
+   }
 }

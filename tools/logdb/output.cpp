@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -15,6 +16,7 @@
 #include <zlib.h>
 #include <zstd.h>
 
+#include "progress.h"
 #include "status.h"
 #include "text.h"
 
@@ -83,32 +85,152 @@ public:
 
 private:
    void flush() {
+      if (!m_buffer.empty() && ::isatty(STDOUT_FILENO) == 1) {
+         PROGRESS::silence();
+      }
       write_all(STDOUT_FILENO, m_buffer, "standard output");
       m_buffer.clear();
    }
    std::string m_buffer;
 };
 
-/// A file under a temporary name beside its place.
-class FILE_SINK : public SINK {
+/// A pipe or a device: it has its name already and keeps it.
+class DIRECT_SINK : public SINK {
 public:
-   explicit FILE_SINK(std::string path) : m_path(std::move(path)) {
-      m_temporary = m_path + ".XXXXXX";
-      m_file = ::mkostemp(m_temporary.data(), O_CLOEXEC);
+   explicit DIRECT_SINK(std::string path)
+       : m_path(std::move(path)), m_file(::open(m_path.c_str(), O_WRONLY | O_CLOEXEC)) {
       if (m_file < 0) {
          throw TOOL_ERROR(STATUS::OUTPUT, system_error_text(m_path));
       }
    }
-   ~FILE_SINK() override {
+   ~DIRECT_SINK() override { ::close(m_file); }
+   DIRECT_SINK(const DIRECT_SINK&) = delete;
+   DIRECT_SINK& operator=(const DIRECT_SINK&) = delete;
+
+   void write(std::string_view bytes) override {
+      m_buffer += bytes;
+      if (m_buffer.size() >= block_size) {
+         flush();
+      }
+   }
+   void finish() override { flush(); }
+   void close() override { flush(); }
+
+private:
+   void flush() {
+      write_all(m_file, m_buffer, m_path);
+      m_buffer.clear();
+   }
+   std::string m_path;
+   std::string m_buffer;
+   int m_file;
+};
+
+/// The names of temporary files that are there now. A signal that ends the process takes them away.
+class TEMPORARY_FILE {
+public:
+   explicit TEMPORARY_FILE(const std::string& path) : m_path(path + ".XXXXXX") {
+      watch_signals();
+      const SIGNALS_HELD held;
+      m_file = ::mkostemp(m_path.data(), O_CLOEXEC);
+      if (m_file >= 0) {
+         m_next = m_first;
+         m_first = this;
+      }
+   }
+   ~TEMPORARY_FILE() {
       if (m_file >= 0) {
          ::close(m_file);
       }
-      if (!m_has_its_name) {
-         ::unlink(m_temporary.c_str());
+      const SIGNALS_HELD held;
+      if (forget()) {
+         ::unlink(m_path.c_str());
       }
    }
-   FILE_SINK(const FILE_SINK&) = delete;
-   FILE_SINK& operator=(const FILE_SINK&) = delete;
+   TEMPORARY_FILE(const TEMPORARY_FILE&) = delete;
+   TEMPORARY_FILE& operator=(const TEMPORARY_FILE&) = delete;
+
+   int file() const { return m_file; }
+   bool close() { return ::close(std::exchange(m_file, -1)) == 0; }
+
+   bool rename_to(const std::string& path) {
+      const SIGNALS_HELD held;
+      return ::rename(m_path.c_str(), path.c_str()) == 0 && forget();
+   }
+
+private:
+   static constexpr std::array ending_signals = {SIGHUP, SIGINT, SIGTERM};
+
+   class SIGNALS_HELD {
+   public:
+      SIGNALS_HELD() {
+         sigset_t signals;
+         ::sigemptyset(&signals);
+         for (const int signal : ending_signals) {
+            ::sigaddset(&signals, signal);
+         }
+         ::sigprocmask(SIG_BLOCK, &signals, &m_before);
+      }
+      ~SIGNALS_HELD() { ::sigprocmask(SIG_SETMASK, &m_before, nullptr); }
+      SIGNALS_HELD(const SIGNALS_HELD&) = delete;
+      SIGNALS_HELD& operator=(const SIGNALS_HELD&) = delete;
+
+   private:
+      sigset_t m_before = {};
+   };
+
+   static void watch_signals() {
+      static const bool is_watched = [] {
+         for (const int signal : ending_signals) {
+            struct sigaction before = {};
+            // What a parent made us ignore stays ignored.
+            if (::sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_DFL) {
+               struct sigaction action = {};
+               action.sa_handler = remove_all;
+               action.sa_flags = static_cast<int>(SA_RESETHAND);
+               ::sigaction(signal, &action, nullptr);
+            }
+         }
+         return true;
+      }();
+      static_cast<void>(is_watched);
+   }
+
+   static void remove_all(int signal) {
+      for (const TEMPORARY_FILE* file = m_first; file != nullptr; file = file->m_next) {
+         ::unlink(file->m_path.c_str());
+      }
+      ::raise(signal);
+   }
+
+   bool forget() {
+      TEMPORARY_FILE** place = &m_first;
+      while (*place != nullptr && *place != this) {
+         place = &(*place)->m_next;
+      }
+      const bool is_known = *place == this;
+      if (is_known) {
+         *place = m_next;
+      }
+      return is_known;
+   }
+
+   std::string m_path;
+   int m_file = -1;
+   TEMPORARY_FILE* m_next = nullptr;
+   static TEMPORARY_FILE* m_first;
+};
+
+TEMPORARY_FILE* TEMPORARY_FILE::m_first = nullptr;
+
+/// A file under a temporary name beside its place.
+class FILE_SINK : public SINK {
+public:
+   explicit FILE_SINK(std::string path)
+       : m_path(std::move(path)), m_folder(std::filesystem::path(m_path).parent_path().string()),
+         m_temporary(m_path) {
+      check(m_temporary.file() >= 0);
+   }
 
    void write(std::string_view bytes) override {
       m_buffer += bytes;
@@ -118,24 +240,23 @@ public:
    }
 
    void finish() override {
-      if (m_file >= 0) {
+      if (m_temporary.file() >= 0) {
          flush();
          take_over_mode();
-         check(::fsync(m_file) == 0);
-         check(::close(std::exchange(m_file, -1)) == 0);
+         check(::fsync(m_temporary.file()) == 0);
+         check(m_temporary.close());
       }
    }
 
    void close() override {
       finish();
-      check(::rename(m_temporary.c_str(), m_path.c_str()) == 0);
-      m_has_its_name = true;
+      check(m_temporary.rename_to(m_path));
       sync_folder();
    }
 
 private:
    void flush() {
-      write_all(m_file, m_buffer, m_path);
+      write_all(m_temporary.file(), m_buffer, m_path);
       m_buffer.clear();
    }
 
@@ -156,13 +277,12 @@ private:
          ::umask(mask);
          mode = 0666U & ~mask;
       }
-      check(::fchmod(m_file, mode) == 0);
+      check(::fchmod(m_temporary.file(), mode) == 0);
    }
 
-   // The new name is on the disk only when the folder is.
+   // The new name is on the disk only when the folder is. There is no way back any more, so nothing here may fail.
    void sync_folder() const {
-      const std::string folder = std::filesystem::path(m_path).parent_path().string();
-      const int file = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+      const int file = ::open(m_folder.empty() ? "." : m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
       if (file >= 0) {
          ::fsync(file);
          ::close(file);
@@ -170,10 +290,9 @@ private:
    }
 
    std::string m_path;
-   std::string m_temporary;
+   std::string m_folder;
    std::string m_buffer;
-   int m_file = -1;
-   bool m_has_its_name = false;
+   TEMPORARY_FILE m_temporary;
 };
 
 class GZIP_SINK : public SINK {
@@ -317,11 +436,41 @@ std::string OUTPUT::painted(STYLE style, std::string_view text) const {
 }
 
 void OUTPUT::flush() {
+   if (m_is_terminal && !m_buffer.empty()) {
+      PROGRESS::silence();
+   }
    // What a write fails on must not be tried again at the end.
    const std::string bytes = std::exchange(m_buffer, {});
    write_all(STDOUT_FILENO, bytes, "standard output");
-   m_buffer.reserve(m_limit);
 }
+
+namespace {
+
+std::unique_ptr<SINK> open_plain_sink(const std::string& path) {
+   if (path == "/dev/stdout") {
+      return std::make_unique<STANDARD_SINK>();
+   }
+   struct stat status = {};
+   const bool is_there = ::stat(path.c_str(), &status) == 0;
+   if (is_there && S_ISDIR(status.st_mode)) {
+      throw TOOL_ERROR(STATUS::OUTPUT, path + ": is a folder");
+   }
+   // A descriptor of somebody else has no name of its own, whatever is behind it.
+   const bool is_descriptor = path.starts_with("/dev/fd/") || path.starts_with("/proc/self/fd/");
+   if (is_there && (is_descriptor || !S_ISREG(status.st_mode))) {
+      return std::make_unique<DIRECT_SINK>(path);
+   }
+   std::error_code error;
+   std::string target = path;
+   // A link stays a link; what it points to is replaced.
+   if (std::filesystem::is_symlink(path, error)) {
+      const std::filesystem::path resolved = std::filesystem::weakly_canonical(path, error);
+      target = error ? path : resolved.string();
+   }
+   return std::make_unique<FILE_SINK>(target);
+}
+
+} // namespace
 
 std::unique_ptr<SINK> open_sink(const std::string& path, const std::vector<std::string>& inputs, bool in_place) {
    if (path == "-") {
@@ -332,19 +481,17 @@ std::unique_ptr<SINK> open_sink(const std::string& path, const std::vector<std::
          throw TOOL_ERROR(STATUS::USAGE, path + ": is an input; say --in-place to replace it");
       }
    }
-   std::error_code error;
-   std::string target = path;
-   // A link stays a link; what it points to is replaced.
-   if (std::filesystem::is_symlink(path, error)) {
-      const std::filesystem::path resolved = std::filesystem::weakly_canonical(path, error);
-      target = error ? path : resolved.string();
+   for (const char* ending : {".xz", ".bz2", ".lz4"}) {
+      if (path.ends_with(ending)) {
+         throw TOOL_ERROR(STATUS::USAGE, path + ": what is written is compressed as .gz or .zst only");
+      }
    }
-   auto file = std::make_unique<FILE_SINK>(target);
+   std::unique_ptr<SINK> sink = open_plain_sink(path);
    if (path.ends_with(".gz")) {
-      return std::make_unique<GZIP_SINK>(std::move(file));
+      return std::make_unique<GZIP_SINK>(std::move(sink));
    }
    if (path.ends_with(".zst")) {
-      return std::make_unique<ZSTD_SINK>(std::move(file));
+      return std::make_unique<ZSTD_SINK>(std::move(sink));
    }
-   return file;
+   return sink;
 }

@@ -14,19 +14,35 @@ constexpr std::chrono::milliseconds interval{100};
 constexpr std::size_t bar_width = 24;
 } // namespace
 
+PROGRESS* PROGRESS::m_shown = nullptr;
+bool PROGRESS::m_is_silenced = false;
+
 PROGRESS::PROGRESS(std::string name, std::uint64_t size)
     : m_name(escaped_for_terminal(name)), m_size(size), m_is_wanted(::isatty(STDERR_FILENO) == 1),
       m_begin(CLOCK::now()), m_next(m_begin + patience) {}
 
 PROGRESS::~PROGRESS() {
-   if (m_is_shown) {
-      std::fputs("\r\x1b[K", stderr);
+   if (m_shown == this) {
+      hide();
    }
+}
+
+void PROGRESS::hide() {
+   if (m_shown != nullptr) {
+      std::fputs("\r\x1b[K", stderr);
+      std::fflush(stderr);
+      m_shown = nullptr;
+   }
+}
+
+void PROGRESS::silence() {
+   hide();
+   m_is_silenced = true;
 }
 
 void PROGRESS::advance(std::uint64_t bytes) {
    m_bytes = bytes;
-   if (!m_is_wanted) {
+   if (!m_is_wanted || m_is_silenced) {
       return;
    }
    const CLOCK::time_point now = CLOCK::now();
@@ -37,7 +53,7 @@ void PROGRESS::advance(std::uint64_t bytes) {
 }
 
 void PROGRESS::show(CLOCK::time_point now) {
-   m_is_shown = true;
+   m_shown = this;
    const double seconds = std::chrono::duration<double>(now - m_begin).count();
    const double rate = static_cast<double>(m_bytes) / seconds;
    std::string line = "\r\x1b[K" + m_name + "  " + readable_size(static_cast<double>(m_bytes));

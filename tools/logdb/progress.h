@@ -9,6 +9,12 @@
 /// takes longer than a second.
 class PROGRESS {
 public:
+   /// Takes the line away, because something else is about to be written to the terminal.
+   static void hide();
+
+   /// The same for good: data goes to the terminal, and the line would stand in the middle of it.
+   static void silence();
+
    /// \param size  the bytes to come; 0 when nobody knows
    PROGRESS(std::string name, std::uint64_t size);
    ~PROGRESS();
@@ -28,9 +34,10 @@ private:
    std::uint64_t m_size;
    std::uint64_t m_bytes = 0;
    bool m_is_wanted;
-   bool m_is_shown = false;
    CLOCK::time_point m_begin;
    CLOCK::time_point m_next;
+   static PROGRESS* m_shown; ///< whose line there is, or null
+   static bool m_is_silenced;
 };
 
 #endif

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include "command.h"
+#include "line_source.h"
 #include "log_options.h"
 #include "logdb.h"
 #include "rewriting.h"
@@ -27,6 +28,9 @@ public:
       const std::unique_ptr<SINK> sink = open_result(m_options.m_result, {m_options.m_file});
       bool has_version = false;
       const auto take = [&](const WHOLE_ITEM& whole) {
+         if (m_moved + m_kept == 0) {
+            check_root_for(whole.m_item.m_format);
+         }
          if (whole.m_walker == nullptr && !has_version) {
             sink->write(version_line);
             has_version = true;
@@ -37,9 +41,11 @@ public:
       if (format == LOG_FORMAT::DATABASE && !has_version) {
          sink->write(version_line);
       }
+      // Nothing may go wrong any more when the result has its name.
+      const std::string message = grouped(m_moved) + " names moved, " + grouped(m_kept) + " were not below '" +
+                                  m_options.m_from + "' and stay";
       sink->close();
-      tell(grouped(m_moved) + " names moved, " + grouped(m_kept) + " were not below '" + m_options.m_from +
-           "' and stay");
+      tell(message);
       return STATUS::FINE;
    }
 
@@ -48,9 +54,22 @@ private:
       if (m_options.m_from.ends_with('|') || m_options.m_to.ends_with('|')) {
          throw TOOL_ERROR(STATUS::USAGE, "rebase: give roots without a bar at their end");
       }
-      if (m_options.m_to.find_first_of(", \t\n\v\f\r") != std::string::npos) {
-         throw TOOL_ERROR(STATUS::USAGE, "rebase: no log can hold names with blanks, commas or line ends");
+   }
+
+   // A database holds blanks in names, a log commas.
+   void check_root_for(LOG_FORMAT format) const {
+      const char* separators = format == LOG_FORMAT::DATABASE ? ",\n" : " \t\n\v\f\r";
+      if (m_options.m_to.find_first_of(separators) != std::string::npos) {
+         throw TOOL_ERROR(STATUS::USAGE, format == LOG_FORMAT::DATABASE
+                                             ? "rebase: no database can hold names with commas or line ends"
+                                             : "rebase: no log can hold names with blanks or line ends");
       }
+   }
+
+   [[noreturn]] void refuse(const LOG_ITEM& item, int rule, const std::string& what) const {
+      throw TOOL_ERROR(STATUS::INPUT, display_name(m_options.m_file) + ":" + std::to_string(item.m_line) +
+                                          ": would not read back: " + rule_name(rule) + ": " +
+                                          find_rule(rule)->m_title + ": " + what + "\nNothing was written.");
    }
 
    /// The new name. A node that is the old root becomes the new one.
@@ -81,7 +100,11 @@ private:
             copied = field.m_value.data() + field.m_value.size();
          }
       }
-      return line.append(copied, item.m_bytes.data() + item.m_bytes.size());
+      line.append(copied, item.m_bytes.data() + item.m_bytes.size());
+      if (line.size() - 1 > longest_database_line) {
+         refuse(item, 4, "the line would have " + std::to_string(line.size() - 1) + " bytes");
+      }
+      return line;
    }
 
    std::string rebased_record(const WHOLE_ITEM& whole) {
@@ -96,10 +119,32 @@ private:
             continue;
          }
          text += bytes.substr(copied, word.m_begin - copied);
-         rebase(name, text);
+         const std::size_t begin = text.size();
+         if (rebase(name, text) && is_reserved(place, std::string_view(text).substr(begin))) {
+            refuse(whole.m_item, 116, "'" + std::string(name) + "' would be called '" + text.substr(begin) + "'");
+         }
          copied = word.m_begin + word.m_size;
       }
-      return text.append(bytes.substr(copied));
+      text.append(bytes.substr(copied));
+      if (text != bytes) {
+         check_reading_back(whole, text);
+      }
+      return text;
+   }
+
+   // A new name may be a keyword, the end of a list, or too long.
+   void check_reading_back(const WHOLE_ITEM& whole, const std::string& text) const {
+      MEMORY_INPUT input(text);
+      FSYN_WALKER walker(input, [&](const FINDING& finding) {
+         if (finding.is_error()) {
+            refuse(whole.m_item, finding.m_rule, finding.m_text);
+         }
+      });
+      constexpr int record_cut = 105;
+      if (!walker.next() || walker.words().bytes().size() != text.size() ||
+          walker.places().size() != whole.m_walker->places().size()) {
+         refuse(whole.m_item, record_cut, "a name would be taken for what ends the record");
+      }
    }
 
    // Words that stand for no name.
@@ -120,8 +165,9 @@ void add_rebase(COMMAND_TABLE& table) {
    command.m_description =
        "Writes a log in which every node that is the root R1, or lies below it, lies at the same place below R2. "
        "Names"
-       " are cut at levels of the hierarchy only: top|u1x is not below top|u1. Other names and all other bytes "
-       "stay. An"
+       " are cut at levels of the hierarchy only: top|u1x is not below top|u1. Other names stay, and so do the "
+       "other "
+       "bytes of entries and records. An"
        " empty R1 puts R2 in front of every name, as relative files need it; an empty R2 takes R1 off.\n"
        "Needs the memory of one record.";
    command.m_examples = {

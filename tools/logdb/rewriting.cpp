@@ -73,21 +73,33 @@ void add_result_options(CLI::App& app, RESULT_OPTIONS& options) {
    app.add_option("-o,--output", options.m_path, "Where to write; compressed when it ends in .gz or .zst")
        ->type_name("FILE")
        ->capture_default_str();
-   app.add_flag("--in-place", options.m_in_place, "Allow the output to take the place of an input");
+   app.add_flag("--in-place", options.m_in_place,
+                "Allow the output to take the place of an input; without --output, that of the input");
 }
 
 std::unique_ptr<SINK> open_result(const RESULT_OPTIONS& options, const std::vector<std::string>& inputs) {
-   return open_sink(options.m_path, inputs, options.m_in_place);
+   if (!options.m_in_place || options.m_path != "-") {
+      return open_sink(options.m_path, inputs, options.m_in_place);
+   }
+   if (inputs.size() != 1 || inputs.front() == "-") {
+      throw TOOL_ERROR(STATUS::USAGE, "--in-place: in whose place? --output tells");
+   }
+   return open_sink(inputs.front(), inputs, true);
+}
+
+void for_each_whole_item(RECOGNISED_INPUT& log, const std::function<void(const WHOLE_ITEM&)>& take,
+                         const FINDING_SINK& drop) {
+   if (log.m_format == LOG_FORMAT::DATABASE) {
+      walk_database(*log.m_input, take, drop);
+   } else {
+      walk_log(*log.m_input, take, drop);
+   }
 }
 
 LOG_FORMAT for_each_whole_item(const std::string& path, std::optional<LOG_FORMAT> format,
                                const std::function<void(const WHOLE_ITEM&)>& take, const FINDING_SINK& drop) {
    RECOGNISED_INPUT input = open_recognised(path, format);
-   if (input.m_format == LOG_FORMAT::DATABASE) {
-      walk_database(*input.m_input, take, drop);
-   } else {
-      walk_log(*input.m_input, take, drop);
-   }
+   for_each_whole_item(input, take, drop);
    return input.m_format;
 }
 

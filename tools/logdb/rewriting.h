@@ -8,6 +8,7 @@
 
 #include "fsyn_walker.h"
 #include "log_item.h"
+#include "log_reader.h"
 #include "output.h"
 #include "rules.h"
 
@@ -27,7 +28,7 @@ struct RESULT_OPTIONS {
 
 void add_result_options(CLI::App& app, RESULT_OPTIONS& options);
 
-/// Opens the result of a command with these inputs.
+/// Opens the result of a command with these inputs. Nothing but --in-place means the input.
 std::unique_ptr<SINK> open_result(const RESULT_OPTIONS& options, const std::vector<std::string>& inputs);
 
 /// The whole items of a log in order, and what is wrong with the others.
@@ -41,6 +42,8 @@ struct WHOLE_ITEM {
    const FSYN_WALKER* m_walker; ///< null for a database
 };
 
+void for_each_whole_item(RECOGNISED_INPUT& log, const std::function<void(const WHOLE_ITEM&)>& take,
+                         const FINDING_SINK& drop);
 LOG_FORMAT for_each_whole_item(const std::string& path, std::optional<LOG_FORMAT> format,
                                const std::function<void(const WHOLE_ITEM&)>& take, const FINDING_SINK& drop);
 

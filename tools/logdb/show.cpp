@@ -19,33 +19,17 @@ struct SHOW_OPTIONS {
 };
 
 /// What --fields can name besides the fields themselves.
-std::string column_value(const std::string& column, const LOG_READER& reader, const LOG_ITEM& item) {
-   if (column == "file") {
-      return reader.name();
+const std::vector<std::string> own_columns = {"file", "number", "line", "kind", "phase", "node", "fields", "more"};
+
+/// Fields of a database behind those that any kind has.
+constexpr std::size_t most_positions = 9;
+
+std::string surplus(const LOG_ITEM& item) {
+   std::string text;
+   for (std::size_t position = most_positions; position < item.m_fields.size(); ++position) {
+      text += std::string(item.m_fields[position].m_value) + ",";
    }
-   if (column == "number") {
-      return std::to_string(item.m_number);
-   }
-   if (column == "line") {
-      return std::to_string(item.m_line);
-   }
-   if (column == "kind") {
-      return std::string(item.m_kind_name);
-   }
-   if (column == "phase") {
-      return phase_name(item.m_phase);
-   }
-   if (column == "node") {
-      return std::string(item.node());
-   }
-   std::string value;
-   for (const FIELD& field : item.m_fields) {
-      if (field.is_element() && (field.m_name == column || field_label(field) == column)) {
-         value += value.empty() ? "" : " ";
-         value += field.m_value;
-      }
-   }
-   return value;
+   return text;
 }
 
 /// All fields of a record in one text: "port_type=11 port_index=2".
@@ -57,6 +41,58 @@ std::string other_fields(const LOG_ITEM& item) {
       }
    }
    return text;
+}
+
+std::string value_of_fields(const std::string& column, const LOG_ITEM& item) {
+   std::string value;
+   for (const FIELD& field : item.m_fields) {
+      if (field.is_element() && (field.m_name == column || field_label(field) == column)) {
+         value += value.empty() ? "" : " ";
+         value += field.m_value;
+      }
+   }
+   return value;
+}
+
+std::string column_value(const std::string& column, const LOG_READER& reader, const LOG_ITEM& item) {
+   if (column == "number" || column == "line") {
+      return std::to_string(column == "line" ? item.m_line : item.m_number);
+   }
+   if (column == "file") {
+      return reader.name();
+   }
+   if (column == "kind") {
+      return std::string(item.m_kind_name);
+   }
+   if (column == "phase") {
+      return phase_name(item.m_phase);
+   }
+   if (column == "node") {
+      return std::string(item.node());
+   }
+   return column == "fields" ? other_fields(item)
+          : column == "more" ? surplus(item)
+                             : value_of_fields(column, item);
+}
+
+/// The same in JSON, with its type; "null" for what the item does not have.
+void append_json_column(std::string& json, const std::string& column, const LOG_READER& reader,
+                        const LOG_ITEM& item) {
+   const bool is_own = std::find(own_columns.begin(), own_columns.end(), column) != own_columns.end();
+   const auto element = std::find_if(item.m_fields.begin(), item.m_fields.end(), [&column](const FIELD& field) {
+      return field.m_index != no_element && field_label(field) == column;
+   });
+   if (column == "number" || column == "line") {
+      json += column_value(column, reader, item);
+   } else if (column == "phase" && item.m_phase == PHASE::NONE) {
+      json += "null";
+   } else if (is_own) {
+      append_json_string(json, column_value(column, reader, item));
+   } else if (element != item.m_fields.end()) {
+      append_json_value(json, *element);
+   } else {
+      append_json_field(json, item, column);
+   }
 }
 
 std::string csv_field(std::string_view value) {
@@ -92,40 +128,45 @@ private:
 
    void show_json(const LOG_READER& reader, const LOG_ITEM& item) {
       m_json = "{";
+      if (m_options.m_fields.empty()) {
+         append_all_members(reader, item);
+      }
+      for (const std::string& column : m_options.m_fields) {
+         m_json += &column == &m_options.m_fields.front() ? "" : ",";
+         append_json_string(m_json, column);
+         m_json += ":";
+         append_json_column(m_json, column, reader, item);
+      }
+      m_output << m_json << "}\n";
+   }
+
+   void append_all_members(const LOG_READER& reader, const LOG_ITEM& item) {
       if (has_many_files()) {
          m_json += "\"file\":";
          append_json_string(m_json, reader.name());
          m_json += ",";
       }
-      if (m_options.m_fields.empty()) {
-         m_json +=
-             "\"number\":" + std::to_string(item.m_number) + ",\"line\":" + std::to_string(item.m_line) + ",";
-         if (item.m_phase != PHASE::NONE) {
-            m_json += std::string("\"phase\":\"") + phase_name(item.m_phase) + "\",";
-         }
-         append_json_members(m_json, item);
-      } else {
-         for (const std::string& column : m_options.m_fields) {
-            m_json += &column == &m_options.m_fields.front() ? "" : ",";
-            append_json_string(m_json, column);
-            m_json += ":";
-            append_json_string(m_json, column_value(column, reader, item));
-         }
+      m_json += "\"number\":" + std::to_string(item.m_number) + ",\"line\":" + std::to_string(item.m_line) + ",";
+      if (item.m_phase != PHASE::NONE) {
+         m_json += std::string("\"phase\":\"") + phase_name(item.m_phase) + "\",";
       }
-      m_output << m_json << "}\n";
+      append_json_members(m_json, item);
    }
 
    void show_csv(const LOG_READER& reader, const LOG_ITEM& item) {
       if (!m_has_header) {
          m_has_header = true;
          m_columns = m_options.m_fields.empty() ? default_columns(item.m_format) : m_options.m_fields;
+         m_format = item.m_format;
          print_csv(m_columns);
+      } else if (m_options.m_fields.empty() && m_format != item.m_format) {
+         m_output.flush();
+         throw TOOL_ERROR(STATUS::USAGE, reader.name() + ": has other columns than the files in front of it; "
+                                                         "--fields tells which ones are wanted of both");
       }
       std::vector<std::string> values;
       for (const std::string& column : m_columns) {
-         values.push_back(column == "fields" ? other_fields(item)
-                          : column == "more" ? surplus(item)
-                                             : column_value(column, reader, item));
+         values.push_back(column_value(column, reader, item));
       }
       print_csv(values);
    }
@@ -146,15 +187,6 @@ private:
       }
       columns.emplace_back("more");
       return columns;
-   }
-
-   // Fields behind those that any kind has.
-   static std::string surplus(const LOG_ITEM& item) {
-      std::string text;
-      for (std::size_t position = most_positions; position < item.m_fields.size(); ++position) {
-         text += std::string(item.m_fields[position].m_value) + ",";
-      }
-      return text;
    }
 
    void print_csv(const std::vector<std::string>& values) {
@@ -181,25 +213,37 @@ private:
       print_block(m_output, item);
    }
 
-   static constexpr std::size_t most_positions = 9;
    const SHOW_OPTIONS& m_options;
    OUTPUT m_output;
    std::string m_json;
    std::string m_last_name;
    std::vector<std::string> m_columns;
    bool m_has_header = false;
+   LOG_FORMAT m_format = LOG_FORMAT::DATABASE;
 };
 
 STATUS show(SHOW_OPTIONS& options) {
    options.m_selection.prepare();
+   check_field_names("--fields", options.m_fields, own_columns);
+   for (auto field = options.m_fields.begin(); field != options.m_fields.end(); ++field) {
+      if (std::find(options.m_fields.begin(), field, *field) != field) {
+         throw TOOL_ERROR(STATUS::USAGE, "--fields: '" + *field + "' is there twice");
+      }
+   }
    SHOWER shower(options);
+   bool has_shown = false;
    const STATUS status = for_each_item(options.m_log, [&](const LOG_READER& reader, const LOG_ITEM& item) {
       if (options.m_selection.accepts(item)) {
          shower.show(reader, item);
+         has_shown = true;
       }
       return !options.m_selection.is_behind_range(item);
    });
    shower.finish();
+   if (status == STATUS::FINE && !has_shown && options.m_selection.is_made()) {
+      tell("nothing was found");
+      return STATUS::FINDINGS;
+   }
    return status;
 }
 
@@ -212,7 +256,8 @@ void add_show(COMMAND_TABLE& table) {
        "line."
        " Field names of a database are positions, from 0; those of a physical-synthesis record are the members of"
        " its class. --fields also takes file, number, line, kind, phase and node; without --json and --csv the"
-       " values are separated by tabs. In JSON, a byte that is no UTF-8 is the character U+EF00 plus its value.\n"
+       " values are separated by tabs. In JSON, a byte that is no UTF-8 is the character U+EF00 plus its value."
+       " The status is 1 when --kind, --node, --range or --phase leave nothing.\n"
        "Needs the memory of one record.";
    command.m_examples = {{"show top.logdb", "what was decided"},
                          {"show --node 'top|u1*' --json top.logdb top.fsyn", "all about one instance, for jq"},

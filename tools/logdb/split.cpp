@@ -42,7 +42,19 @@ public:
    explicit SPLIT(const SPLIT_OPTIONS& options) : m_options(options) {}
 
    STATUS run() {
-      std::filesystem::create_directories(m_options.m_folder);
+      try {
+         return split();
+      } catch (...) {
+         // A folder that is empty was made for nothing.
+         m_parts.clear();
+         std::error_code ignored;
+         m_has_made_folder = m_has_made_folder && !std::filesystem::remove(m_options.m_folder, ignored);
+         throw;
+      }
+   }
+
+private:
+   STATUS split() {
       for_each_sound_item(m_options.m_file, m_options.m_log.format(), [this](const WHOLE_ITEM& whole) {
          const LOG_ITEM& item = whole.m_item;
          // Every part gets its own beginning, phases and end.
@@ -58,17 +70,17 @@ public:
          }
          part.m_sink->finish();
       }
+      // Nothing may go wrong any more when the parts have their names.
       OUTPUT output(m_options.m_log.colour());
-      name_parts();
       for (const auto& [name, part] : m_parts) {
          output.data(part.m_path);
          output << '\t' << std::to_string(part.m_count) << '\n';
       }
+      name_parts();
       output.flush();
       return STATUS::FINE;
    }
 
-private:
    struct PART {
       std::string m_path;
       bool m_is_new = false;
@@ -79,7 +91,8 @@ private:
 
    // When a name cannot be given, those that were given before and were nobody's are taken back.
    void name_parts() {
-      std::vector<std::string> new_names;
+      std::vector<std::string_view> new_names;
+      new_names.reserve(m_parts.size());
       try {
          for (auto& [name, part] : m_parts) {
             part.m_sink->close();
@@ -88,7 +101,7 @@ private:
             }
          }
       } catch (...) {
-         for (const std::string& name : new_names) {
+         for (const std::string_view name : new_names) {
             std::error_code ignored;
             std::filesystem::remove(name, ignored);
          }
@@ -120,11 +133,20 @@ private:
       return part;
    }
 
+   void make_folder() {
+      std::error_code error;
+      m_has_made_folder = std::filesystem::create_directories(m_options.m_folder, error) || m_has_made_folder;
+      if (error) {
+         throw TOOL_ERROR(STATUS::OUTPUT, m_options.m_folder + ": " + error.message());
+      }
+   }
+
    void begin(PART& part, const std::string& key, const LOG_ITEM& item) {
       if (m_parts.size() > most_outputs) {
          throw TOOL_ERROR(STATUS::OUTPUT, "split: that would make more than " + std::to_string(most_outputs) +
                                               " files; --levels 1 makes fewer. Nothing was written.");
       }
+      make_folder();
       std::string name = file_name_of(key);
       // Different names of nodes may give the same name of a file.
       for (int count = 2; !m_names.emplace(lower_case(name), true).second; ++count) {
@@ -141,6 +163,7 @@ private:
    std::map<std::string, PART> m_parts;
    std::map<std::string, bool> m_names;
    bool m_has_end = false;
+   bool m_has_made_folder = false;
 };
 
 } // namespace

@@ -51,9 +51,9 @@ public:
 
    void field(unsigned position, std::string_view piece, unsigned bars) {
       if (position == 0) {
-         if (piece != m_kind_name) {
-            set_kind(piece);
-         }
+         const ENTRY_SHAPE& shape = m_shapes.find(piece);
+         m_kind = shape.m_kind;
+         m_nodes = shape.m_nodes;
       } else if (is_node_piece(m_nodes, position)) {
          m_counters.add_node(piece, bars);
       }
@@ -63,24 +63,13 @@ public:
       // A line without any piece is an entry of the first kind.
       m_counters.add_kind(pieces == 0 ? 0 : m_kind);
       m_counters.add_size(text.size() + 1);
-      m_is_too_long = m_is_too_long || text.size() > longest_database_line;
    }
-
-   bool is_too_long() const { return m_is_too_long; }
 
 private:
-   void set_kind(std::string_view name) {
-      m_kind_name = name;
-      const ENTRY_SHAPE shape = shape_of_kind(name);
-      m_kind = shape.m_kind;
-      m_nodes = shape.m_nodes;
-   }
-
    LOG_COUNTERS& m_counters;
-   std::string m_kind_name = "\n"; // no line has it
+   RECENT_SHAPES m_shapes;
    int m_kind = -1;
    unsigned m_nodes = 0; // by position in the line, behind the kind
-   bool m_is_too_long = false;
 };
 
 class COUNTING {
@@ -92,8 +81,7 @@ public:
       STATUS status = STATUS::FINE;
       for (const std::string& path : m_options.m_log.paths()) {
          try {
-            status = worse(status, count_quickly(path) ? STATUS::FINE : count(path));
-            ++m_files;
+            status = worse(status, count(path));
          } catch (const TOOL_ERROR& error) {
             if (error.m_status != STATUS::INPUT) {
                throw;
@@ -106,49 +94,58 @@ public:
    }
 
    const std::map<LOG_FORMAT, LOG_COUNTERS>& counters() const { return m_counters; }
-   std::uint64_t files() const { return m_files; }
 
 private:
-   // The quick way is only for what can be read twice, in case that it turns out not to be plain.
-   bool count_quickly(const std::string& path) {
-      if (path == "-") {
-         return false;
-      }
+   STATUS count(const std::string& path) {
       RECOGNISED_INPUT input = open_recognised(path, m_options.m_log.format());
-      if (input.m_format != LOG_FORMAT::DATABASE) {
-         return false;
+      if (input.m_format == LOG_FORMAT::DATABASE) {
+         return count_entries(*input.m_input, display_name(path));
       }
-      LOG_COUNTERS before = counters_of(LOG_FORMAT::DATABASE);
-      ENTRY_COUNTER counter(counters_of(LOG_FORMAT::DATABASE));
-      DATABASE_SCANNER<ENTRY_COUNTER> scanner(counter);
-      BLOCK_SOURCE blocks(*input.m_input);
-      bool is_plain = true;
-      bool is_first = true;
-      for (std::string_view lines = blocks.next(); is_plain && !lines.empty(); lines = blocks.next()) {
-         if (is_first) {
-            is_plain = lines.find('\n') <= longest_database_line;
-            lines.remove_prefix(lines.find('\n') + 1);
-            is_first = false;
-         }
-         is_plain = is_plain && scanner.scan(lines) && !counter.is_too_long();
-      }
-      if (!is_plain || blocks.rest() != 0) {
-         counters_of(LOG_FORMAT::DATABASE) = std::move(before);
-         return false;
-      }
-      return true;
+      LOG_COUNTERS& counters = counters_of(input.m_format);
+      return for_each_item(*open_log(std::move(input), display_name(path)),
+                           [&counters](const LOG_READER&, const LOG_ITEM& item) {
+                              counters.add(item);
+                              return true;
+                           });
    }
 
-   STATUS count(const std::string& path) {
-      const std::unique_ptr<LOG_READER> reader = open_log(path, m_options.m_log.format());
-      LOG_COUNTERS& counters = counters_of(reader->format());
-      for (LOG_ITEM item; reader->next(item);) {
+   STATUS count_entries(INPUT& input, const std::string& name) {
+      LOG_COUNTERS& counters = counters_of(LOG_FORMAT::DATABASE);
+      const std::uint64_t before = counters.items();
+      ENTRY_COUNTER counter(counters);
+      BLOCK_SOURCE blocks(input);
+      bool has_version = false;
+      for (std::string_view lines = blocks.next(); !lines.empty(); lines = blocks.next()) {
+         if (!has_version) {
+            lines.remove_prefix(lines.find('\n') + 1);
+            has_version = true;
+         }
+         // What stands behind a zero byte is not read.
+         if (!lines.empty() && std::memchr(lines.data(), 0, lines.size()) != nullptr) {
+            count_one_by_one(lines, counters);
+         } else {
+            DATABASE_SCANNER<ENTRY_COUNTER>(counter).scan(lines);
+         }
+      }
+      REST_INPUT rest(blocks);
+      LINE line;
+      if (!LINE_SOURCE(rest).next(line)) {
+         return STATUS::FINE;
+      }
+      line.m_number = has_version ? counters.items() - before + 2 : 1;
+      const READING_END end = end_of_reading(name, line);
+      tell(end.m_trouble);
+      return end.m_has_failed ? STATUS::INPUT : STATUS::FINE;
+   }
+
+   static void count_one_by_one(std::string_view lines, LOG_COUNTERS& counters) {
+      LOG_ITEM item;
+      for (std::size_t end = lines.find('\n'); end != std::string_view::npos; end = lines.find('\n')) {
+         split_entry(lines.substr(0, end), item);
+         item.m_bytes = lines.substr(0, end + 1);
          counters.add(item);
+         lines.remove_prefix(end + 1);
       }
-      if (!reader->trouble().empty()) {
-         tell(reader->trouble());
-      }
-      return reader->has_failed() ? STATUS::INPUT : STATUS::FINE;
    }
 
    LOG_COUNTERS& counters_of(LOG_FORMAT format) {
@@ -158,7 +155,6 @@ private:
    const STATS_OPTIONS& m_options;
    GROUPING m_grouping;
    std::map<LOG_FORMAT, LOG_COUNTERS> m_counters;
-   std::uint64_t m_files = 0;
 };
 
 using ROWS = std::vector<std::pair<std::string, std::uint64_t>>;

@@ -1,9 +1,11 @@
 #include <chrono>
+#include <filesystem>
 #include <memory>
 #include <thread>
 
 #include <CLI/CLI.hpp>
-#include <unistd.h>
+#include <poll.h>
+#include <sys/stat.h>
 
 #include "command.h"
 #include "fsyn_fields.h"
@@ -27,23 +29,36 @@ struct TAIL_OPTIONS {
 
 constexpr std::chrono::milliseconds interval{100};
 
+/// Whether nobody reads standard output any more.
+bool is_output_closed() {
+   pollfd output = {STDOUT_FILENO, 0, 0};
+   return ::poll(&output, 1, 0) > 0 && (output.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0;
+}
+
 class TAIL {
 public:
    explicit TAIL(TAIL_OPTIONS& options)
-       : m_options(options), m_input(open_input(options.m_file)), m_words(*m_input),
-         m_output(options.m_log.colour()) {
+       : m_options(options), m_name(display_name(options.m_file)), m_output(options.m_log.colour()) {
       options.m_selection.prepare();
+      check_format();
+      open();
    }
 
    STATUS run() {
       while (next()) {
          keep();
       }
+      const bool has_nothing = m_kept.empty() && m_options.m_count != 0;
       print_kept();
       m_output.flush();
-      while (m_options.m_follows && !m_has_ended) {
+      if (has_nothing && !m_options.m_follows && m_options.m_selection.is_made()) {
+         tell("nothing was found");
+         return STATUS::FINDINGS;
+      }
+      while (m_options.m_follows && !m_has_ended && !is_output_closed()) {
          std::this_thread::sleep_for(interval);
-         m_words.begin_record_again();
+         follow();
+         m_words->begin_record_again();
          while (next()) {
             keep();
             print_kept();
@@ -54,41 +69,101 @@ public:
    }
 
 private:
+   // What is empty, or has no whole line, may become a log.
+   void check_format() const {
+      if (!is_plain_file(m_options.m_file) || std::filesystem::file_size(m_options.m_file) == 0) {
+         return;
+      }
+      try {
+         if (open_recognised(m_options.m_file).m_format == LOG_FORMAT::FSYN) {
+            return;
+         }
+      } catch (const NO_LOG&) {
+         if (m_options.m_follows) {
+            return;
+         }
+      }
+      throw TOOL_ERROR(STATUS::INPUT, m_name + ": is no physical-synthesis log");
+   }
+
+   void open() {
+      m_input = open_input(m_options.m_file);
+      if (m_options.m_follows && m_input->is_packed()) {
+         throw TOOL_ERROR(STATUS::USAGE,
+                          "tail: " + m_name + " is compressed, and so it does not grow: -f is no use");
+      }
+      m_words = std::make_unique<WORD_SOURCE>(*m_input);
+      m_words->stop_at_keywords();
+      m_inode = status().st_ino;
+   }
+
+   struct stat status() const {
+      struct stat status = {};
+      if (m_options.m_file != "-") {
+         ::stat(m_options.m_file.c_str(), &status);
+      }
+      return status;
+   }
+
+   /// Begins anew when the next run has put another log in the place of this one.
+   void follow() {
+      const struct stat now = status();
+      const bool is_another = now.st_ino != 0 && now.st_ino != m_inode;
+      const bool is_shorter =
+          S_ISREG(now.st_mode) && static_cast<std::uint64_t>(now.st_size) < m_words->read_so_far();
+      if (is_another || is_shorter) {
+         tell(m_name + ": was begun anew");
+         open();
+         m_number = 0;
+         m_phase = PHASE::NONE;
+      }
+   }
+
    /// The next record that is whole; false when what there is of it is not.
    bool next() {
       while (true) {
-         m_words.begin_record();
-         const std::string_view word = m_words.next_word();
+         m_words->begin_record();
+         const std::string_view word = m_words->next_word();
          // A word at the end of the file may still grow.
-         if (word.data() == nullptr || !m_words.is_last_word_ended()) {
+         if (word.data() == nullptr || !m_words->is_last_word_ended()) {
             return false;
          }
          const int kind = logdb_fsyn_kind_of_keyword(word);
-         if (kind >= 0) {
-            return read_record(kind);
+         if (kind < 0) {
+            continue;
          }
+         if (read_record(kind)) {
+            return true;
+         }
+         if (!m_words->is_at_keyword() || !m_words->is_last_word_ended()) {
+            return false;
+         }
+         // What is missing will never come: another run has written behind it.
+         ++m_number;
+         tell(m_name + ":" + std::to_string(m_words->record_begin_line()) +
+              ": the record is cut by another one and left out");
       }
    }
 
    bool read_record(int kind) {
       logdb_fsyn_visit_kind(kind, [this]<class RECORD>(LOGDB_FSYN_KIND<RECORD>) {
-         auto* record = new (0) RECORD;
+         auto* record = new_record<RECORD>();
          m_item.m_record.reset(record);
-         LOGDB_FSYN_RECORD_READER<WORD_SOURCE> reader(m_words);
+         LOGDB_FSYN_RECORD_READER<WORD_SOURCE> reader(*m_words);
          LOGDB_FSYN_KIND<RECORD>::layout(reader, *record);
          m_item.m_kind_name = LOGDB_FSYN_KIND<RECORD>::m_name;
       });
-      if (m_words.is_out_of_words() || !m_words.is_last_word_ended()) {
+      if (m_words->is_out_of_words() || !m_words->is_last_word_ended()) {
          return false;
       }
-      m_words.finish_line();
+      m_words->finish_line();
       m_phase = kind == PRE_PLACEMENT_FLOW ? PHASE::PRE : kind == POST_PLACEMENT_FLOW ? PHASE::POST : m_phase;
       m_has_ended = m_has_ended || kind == END_OF_LOG;
       m_item.m_format = LOG_FORMAT::FSYN;
       m_item.m_kind = kind;
       m_item.m_phase = m_phase;
       m_item.m_number = ++m_number;
-      m_item.m_line = m_words.record_begin_line();
+      m_item.m_line = m_words->record_begin_line();
       list_fields(m_item);
       return true;
    }
@@ -107,6 +182,9 @@ private:
       if (m_options.m_json) {
          std::string json =
              "{\"number\":" + std::to_string(m_item.m_number) + ",\"line\":" + std::to_string(m_item.m_line) + ",";
+         if (m_item.m_phase != PHASE::NONE) {
+            json += std::string("\"phase\":\"") + phase_name(m_item.m_phase) + "\",";
+         }
          append_json_members(json, m_item);
          return json + "}";
       }
@@ -123,8 +201,10 @@ private:
    }
 
    TAIL_OPTIONS& m_options;
+   std::string m_name;
    std::unique_ptr<INPUT> m_input;
-   WORD_SOURCE m_words;
+   std::unique_ptr<WORD_SOURCE> m_words;
+   ino_t m_inode = 0;
    OUTPUT m_output;
    LOG_ITEM m_item;
    PHASE m_phase = PHASE::NONE;
@@ -138,12 +218,14 @@ private:
 
 void add_tail(COMMAND_TABLE& table) {
    COMMAND& command = table.add("tail", "Print the end of a physical-synthesis log, and follow it");
-   command.m_description = "Prints the last records of a physical-synthesis log, a line each. With -f it goes on "
-                           "while the log is written,"
-                           " and prints a record as soon as it is whole, until the log ends with END_OF_LOG. What "
-                           "a record lacks is waited"
-                           " for, so nothing is ever printed that was half written.\n"
-                           "Needs the memory of the records that are printed.";
+   command.m_description =
+       "Prints the last records of a physical-synthesis log, a line each. With -f it goes on "
+       "while the log is written,"
+       " and prints a record as soon as it is whole, until the log ends with END_OF_LOG. What "
+       "a record lacks is waited"
+       " for, so nothing is ever printed that was half written. When the file is begun anew, so is "
+       "the printing.\n"
+       "Needs the memory of the records that are printed.";
    command.m_examples = {{"tail top.fsyn", "what was changed last"},
                          {"tail -f top.fsyn", "the same, and what is changed from now on"},
                          {"tail --kind DELETE_ATOM --json top.fsyn", "the last deletions, for a script"}};
@@ -151,10 +233,11 @@ void add_tail(COMMAND_TABLE& table) {
    CLI::App& app = *command.m_app;
    app.add_option("FILE", options->m_file, "The log")->required();
    app.add_flag("-f,--follow", options->m_follows, "Go on while the log is written");
-   app.add_option("-c,--count", options->m_count, "How many records to begin with")
+   app.add_option("-n,-c,--count", options->m_count, "How many records to begin with")
        ->type_name("N")
        ->capture_default_str();
-   add_selection_options(app, options->m_selection);
+   // Elsewhere -n is for nodes; here fingers know it for a number.
+   add_selection_options(app, options->m_selection, "--node");
    add_colour_option(app, options->m_log);
    app.add_flag("--json", options->m_json, "One JSON object a line");
    command.m_run = [options] { return TAIL(*options).run(); };

@@ -37,7 +37,14 @@ bool WORD_SOURCE::more() {
 }
 
 bool WORD_SOURCE::skip_white_space() {
-   while (has_byte()) {
+   while (true) {
+      // Between records there may be any amount of it, and nobody asks for it any more.
+      if (m_position == m_window.size() && m_places.empty()) {
+         forget_bytes();
+      }
+      if (!has_byte()) {
+         return false;
+      }
       const char byte = m_window.begin()[m_position];
       if (!is_white_space(byte)) {
          return true;
@@ -49,10 +56,16 @@ bool WORD_SOURCE::skip_white_space() {
          m_is_first_on_line = true;
       }
    }
-   return false;
 }
 
-std::size_t WORD_SOURCE::find_word_end() {
+void WORD_SOURCE::forget_bytes() {
+   m_window.drop(m_position);
+   m_line_begin -= m_position;
+   m_position = 0;
+}
+
+/// The end of the word; of one that is longer than so many bytes, the end of what is held of it.
+std::size_t WORD_SOURCE::find_word_end(std::size_t most) {
    std::size_t end = m_position;
    while (true) {
       const char* bytes = m_window.begin();
@@ -60,10 +73,25 @@ std::size_t WORD_SOURCE::find_word_end() {
       while (end < size && !word_ends[static_cast<unsigned char>(bytes[end])]) {
          ++end;
       }
-      if (end < size || m_is_at_end || !more()) {
+      if (end < size || end - m_position > most || m_is_at_end || !more()) {
          return end;
       }
    }
+}
+
+/// Takes a word that nobody wants to have whole, however long it is.
+std::string_view WORD_SOURCE::skip_long_word() {
+   m_long_word.assign(m_window.begin() + m_position, LOGDB_FSYN_FILE_STREAM::max_word_size);
+   m_places.push_back({0, m_long_word.size(), m_line, column(), m_is_first_on_line});
+   m_is_first_on_line = false;
+   while (has_byte() && !word_ends[static_cast<unsigned char>(m_window.begin()[m_position])]) {
+      m_position = find_word_end(0);
+      forget_bytes();
+   }
+   m_record_begin = m_position;
+   m_first_line = m_line;
+   m_first_line_begin = m_line_begin;
+   return m_long_word;
 }
 
 std::string_view WORD_SOURCE::next_word() {
@@ -72,8 +100,13 @@ std::string_view WORD_SOURCE::next_word() {
       m_is_out_of_words = true;
       return {};
    }
-   const std::size_t end = find_word_end();
+   // No keyword is that long. The word is one of a file that is no log.
+   constexpr std::size_t longest_held = std::size_t{1} << 16U;
+   const std::size_t end = find_word_end(m_places.empty() ? longest_held : std::string::npos);
    const std::size_t size = end - m_position;
+   if (m_places.empty() && size > longest_held) {
+      return skip_long_word();
+   }
    const std::string_view word(m_window.begin() + m_position,
                                std::min(size, LOGDB_FSYN_FILE_STREAM::max_word_size));
    if (m_stops_at_keywords && m_is_first_on_line && !m_places.empty() && logdb_fsyn_kind_of_keyword(word) >= 0) {
@@ -94,9 +127,7 @@ std::string_view WORD_SOURCE::next_word() {
 }
 
 void WORD_SOURCE::begin_record() {
-   m_window.drop(m_position);
-   m_line_begin -= m_position;
-   m_position = 0;
+   forget_bytes();
    m_record_begin = 0;
    m_places.clear();
    m_is_out_of_words = false;
@@ -140,7 +171,7 @@ std::string_view WORD_SOURCE::next_on_line() {
       ++m_position;
    }
    const std::size_t begin = m_position;
-   const std::size_t end = has_byte() ? find_word_end() : begin;
+   const std::size_t end = has_byte() ? find_word_end(LOGDB_FSYN_FILE_STREAM::max_word_size) : begin;
    m_position = position;
    return {m_window.begin() + begin, end - begin};
 }

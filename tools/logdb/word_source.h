@@ -2,6 +2,7 @@
 #define TOOL_WORD_SOURCE_H
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -65,6 +66,9 @@ public:
    std::uint64_t column() const { return m_position - m_line_begin + 1; }
    std::uint64_t position() const { return m_window.offset() + m_position; }
 
+   /// How many bytes of the input are known.
+   std::uint64_t read_so_far() const { return m_window.offset() + m_window.size(); }
+
    /// Whether the last byte of the file is a line feed, or the file is empty. Good at its end.
    bool ends_in_line_feed() const { return m_window.size() == 0 || m_window.end()[-1] == '\n'; }
 
@@ -81,7 +85,9 @@ private:
    bool has_byte() { return m_position < m_window.size() || (!m_is_at_end && more()); }
    bool more();
    bool skip_white_space();
-   std::size_t find_word_end();
+   void forget_bytes();
+   std::size_t find_word_end(std::size_t most);
+   std::string_view skip_long_word();
 
    INPUT_WINDOW m_window;
    std::size_t m_position = 0;     // of the next byte, from the beginning of the window
@@ -94,6 +100,7 @@ private:
    std::size_t m_line_begin = 0;
    std::size_t m_first_line_begin = 0;
    std::vector<WORD_PLACE> m_places;
+   std::string m_long_word; // the beginning of one that was not held
    bool m_stops_at_keywords = false;
    bool m_is_out_of_words = false;
    bool m_is_at_end = false;
