@@ -11,17 +11,22 @@
 #include "fsyn_log_fixture.h"
 
 #if defined(__SANITIZE_ADDRESS__)
-#define MEMORY_CAN_RUN_OUT 0
+#define UNDER_A_SANITIZER 1
 #elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(memory_sanitizer) || __has_feature(thread_sanitizer)
-#define MEMORY_CAN_RUN_OUT 0
+#if __has_feature(address_sanitizer) || __has_feature(memory_sanitizer) || __has_feature(thread_sanitizer) ||     \
+    __has_feature(undefined_behavior_sanitizer)
+#define UNDER_A_SANITIZER 1
 #endif
-#endif
-#ifndef MEMORY_CAN_RUN_OUT
-#define MEMORY_CAN_RUN_OUT 1
 #endif
 
 namespace {
+
+// The runtime of a sanitizer writes now and then, to pipes of its own, and does not let memory run out.
+#ifdef UNDER_A_SANITIZER
+constexpr bool under_a_sanitizer = true;
+#else
+constexpr bool under_a_sanitizer = false;
+#endif
 
 using FSYN_SYSTEM_CALLS = FSYN_LOG_TEST;
 
@@ -58,6 +63,11 @@ template <class WHAT> CALLS calls_of(WHAT&& what) {
            end.m_written_bytes - begin.m_written_bytes};
 }
 
+testing::AssertionResult has_writes(const CALLS& calls, long wanted) {
+   const bool has = under_a_sanitizer ? calls.m_writes >= wanted : calls.m_writes == wanted;
+   return (has ? testing::AssertionSuccess() : testing::AssertionFailure()) << calls.m_writes << " writes";
+}
+
 TEST_F(FSYN_SYSTEM_CALLS, a_line_is_one_write) {
    const std::string long_text(10000, 'x');
    LOGDB_FSYN_LOG_FILE log("log.fsyn");
@@ -70,9 +80,10 @@ TEST_F(FSYN_SYSTEM_CALLS, a_line_is_one_write) {
          log.print_line("%s", long_text.c_str());
       }
    });
-   EXPECT_EQ(calls.m_writes, 1000);
-   EXPECT_EQ(calls.m_written_bytes, static_cast<long>(std::filesystem::file_size("log.fsyn")));
-   EXPECT_EQ(calls_of([&] { log.close(); }).m_writes, 0) << "everything was written before";
+   EXPECT_TRUE(has_writes(calls, 1000));
+   const auto size = static_cast<long>(std::filesystem::file_size("log.fsyn"));
+   EXPECT_TRUE(under_a_sanitizer || calls.m_written_bytes == size) << calls.m_written_bytes << " of " << size;
+   EXPECT_TRUE(has_writes(calls_of([&] { log.close(); }), 0)) << "everything was written before";
 }
 
 TEST_F(FSYN_SYSTEM_CALLS, a_record_is_one_write_a_line) {
@@ -81,9 +92,9 @@ TEST_F(FSYN_SYSTEM_CALLS, a_record_is_one_write_a_line) {
    for (const FSYN_SAMPLE& sample : fsyn_samples()) {
       if (sample.m_suffix != "SET_INSTANCE_NAME") {
          const CALLS calls = calls_of([&] { log.write_fsyn_log_entry(sample.m_record.get()); });
-         EXPECT_EQ(calls.m_writes, std::count(sample.m_text.begin(), sample.m_text.end(), '\n'))
+         EXPECT_TRUE(has_writes(calls, std::count(sample.m_text.begin(), sample.m_text.end(), '\n')))
              << sample.m_suffix;
-         EXPECT_EQ(calls.m_reads, 0) << sample.m_suffix;
+         EXPECT_TRUE(under_a_sanitizer || calls.m_reads == 0) << sample.m_suffix << ": " << calls.m_reads;
       }
    }
 }
@@ -96,17 +107,17 @@ TEST_F(FSYN_SYSTEM_CALLS, a_log_that_is_not_enabled_or_is_being_read_writes_noth
       log.print_line("lost");
       log.write_fsyn_log_entry(&record);
    };
-   EXPECT_EQ(calls_of(write).m_writes, 0);
+   EXPECT_TRUE(has_writes(calls_of(write), 0));
    log.init(true);
    log.read_line();
-   EXPECT_EQ(calls_of(write).m_writes, 0);
+   EXPECT_TRUE(has_writes(calls_of(write), 0));
 }
 
 TEST_F(FSYN_SYSTEM_CALLS, after_a_failed_line_the_file_is_left_alone) {
    LOGDB_FSYN_LOG_FILE log("/dev/full");
    log.init(true);
-   EXPECT_EQ(calls_of([&] { log.print_line("lost"); }).m_writes, 1);
-   EXPECT_EQ(calls_of([&] { log.print_line("lost too"); }).m_writes, 0);
+   EXPECT_TRUE(has_writes(calls_of([&] { log.print_line("lost"); }), 1));
+   EXPECT_TRUE(has_writes(calls_of([&] { log.print_line("lost too"); }), 0));
 }
 
 TEST_F(FSYN_SYSTEM_CALLS, a_log_is_read_in_large_blocks) {
@@ -124,9 +135,7 @@ TEST_F(FSYN_SYSTEM_CALLS, a_log_is_read_in_large_blocks) {
    });
    EXPECT_EQ(records, std::count(text.begin(), text.end(), '\n') / 2);
    EXPECT_LE(calls.m_reads, static_cast<long>(text.size() / 65536) + 2);
-#ifndef __SANITIZE_ADDRESS__ // its runtime writes now and then, to pipes of its own
-   EXPECT_EQ(calls.m_writes, 0);
-#endif
+   EXPECT_TRUE(has_writes(calls, 0));
    EXPECT_EQ(calls_of([&] { EXPECT_EQ(log.read_fsyn_log_entry(), nullptr); }).m_reads, 0)
        << "the end stays the end";
 }
@@ -149,7 +158,7 @@ TEST_F(FSYN_SYSTEM_CALLS, lines_and_words_take_no_tracked_memory) {
    EXPECT_EQ(host_memory_statistics("LOGDB").m_total_blocks, before);
 }
 
-#if MEMORY_CAN_RUN_OUT
+#ifndef UNDER_A_SANITIZER
 
 bool takes_a_block(std::size_t size) {
    void* block = std::malloc(size);
