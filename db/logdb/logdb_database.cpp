@@ -217,6 +217,7 @@ public:
          entry->m_data_vector.clear();
          return false;
       }
+      m_tokens.clear(); // for a host that adds its pieces to what it finds
       m_database.m_tokenizer.tokenize(m_line, m_tokens);
       if (m_tokens.empty()) {
          entry->m_data_vector.clear();

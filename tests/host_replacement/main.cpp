@@ -167,9 +167,10 @@ bool is_dbm_foreign() {
 }
 
 bool is_xtl_tokenizer_foreign() {
-   std::istringstream file("RAM_PACKING,?,,b,\n");
-   LOGDB_DATABASE_ENTRY entry;
-   LOGDB_DATABASE_IMPL().read_entry(&file, &entry);
+   std::istringstream file("v1\nIO_RULES,a,\nRAM_PACKING,?,,b,\n");
+   LOGDB_DATABASE_IMPL database;
+   database.read_database(&file);
+   const LOGDB_DATABASE_ENTRY& entry = *database.get_entry(1);
    return is_foreign(entry.m_data_vector == MEM_VECTOR<MEM_STRING>{"foreign piece", "", "b"},
                      entry.m_data_vector == MEM_VECTOR<MEM_STRING>{"?", "", "b"}, "xtl_tokenizer");
 }

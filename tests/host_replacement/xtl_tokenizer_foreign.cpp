@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-// Splits as the log database needs it, and marks a piece "?" as seen: it becomes "foreign piece".
+// Splits as the log database needs it, adds the pieces to what the list holds, and marks a piece "?" as seen: it becomes "foreign piece".
 
 XTL_TOKENIZER::XTL_TOKENIZER(const MEM_STRING& separators, bool keep_empty, const MEM_STRING& quotes,
                              const MEM_STRING& escapes, const MEM_STRING& comments, bool trim)
@@ -10,7 +10,6 @@ XTL_TOKENIZER::XTL_TOKENIZER(const MEM_STRING& separators, bool keep_empty, cons
       m_keep_empty(keep_empty), m_trim(trim) {}
 
 void XTL_TOKENIZER::tokenize(const MEM_STRING& text, MEM_VECTOR<MEM_STRING>& tokens) {
-   tokens.clear();
    for (std::size_t begin = 0; begin < text.size();) {
       const std::size_t end = std::min(text.find_first_of(m_separators, begin), text.size());
       tokens.push_back(text.substr(begin, end - begin));
