@@ -37,8 +37,8 @@ public:
    ///
    /// \param text    the text; any byte but those of the sets stands for itself, the zero byte included. It may
    ///                not be one of the tokens
-   /// \param tokens  receives the pieces in order, nothing else: what it held is replaced. The library hands over
-   ///                an empty one. The caller may move the pieces out of it
+   /// \param tokens  receives the pieces in order, nothing else: what it held is replaced. Strings that it
+   ///                held may be reused for their storage. The caller may move the pieces out of it
    void tokenize(const MEM_STRING& text, MEM_VECTOR<MEM_STRING>& tokens);
 
 private:

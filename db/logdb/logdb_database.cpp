@@ -217,8 +217,7 @@ public:
          entry->m_data_vector.clear();
          return false;
       }
-      m_tokens.clear(); // for a host that adds its pieces to what it finds
-      m_database.m_tokenizer.tokenize(m_line, m_tokens);
+      tokenize_line();
       if (m_tokens.empty()) {
          entry->m_data_vector.clear();
       } else {
@@ -232,6 +231,17 @@ public:
    }
 
 private:
+   // The list that is handed over holds a string with storage from the line before, so that the kind's name takes no
+   // block a line. A host's tokenizer replaces it or adds pieces behind it: which, a text tells that is never a piece.
+   void tokenize_line() {
+      m_tokens.resize(1);
+      m_tokens.front() = LOGDB_DATABASE_FIELD_SEPARATOR;
+      m_database.m_tokenizer.tokenize(m_line, m_tokens);
+      if (!m_tokens.empty() && m_tokens.front() == LOGDB_DATABASE_FIELD_SEPARATOR) {
+         m_tokens.erase(m_tokens.begin());
+      }
+   }
+
    // A string without storage is copied with the bytes behind its end: a copy of a fixed size needs no call.
    void move_fields_to(MEM_VECTOR<MEM_STRING>& fields) {
       constexpr std::size_t longest_without_storage = 15;

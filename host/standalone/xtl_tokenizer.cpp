@@ -31,31 +31,54 @@ bool is_blank(char byte) {
    return byte == ' ' || byte == '\t';
 }
 
-/// Puts pieces into a vector, in the place of what it held.
+/// Puts pieces into a vector. Strings in front that have storage are used again; those behind, whose storage a
+/// caller has moved away, are quicker made anew than filled.
 class PIECE_SINK {
 public:
    PIECE_SINK(MEM_VECTOR<MEM_STRING>& tokens, std::string_view text)
        : m_tokens(tokens), m_text_end(text.data() + text.size()) {
-      m_tokens.clear();
+      while (!m_tokens.empty() && m_tokens.back().capacity() <= longest_without_storage) {
+         m_tokens.pop_back();
+      }
+      m_reused = m_tokens.size();
    }
 
-   void add(std::string_view piece) { m_tokens.emplace_back(piece); }
+   void add(std::string_view piece) {
+      if (m_count < m_reused) {
+         reuse(piece);
+      } else {
+         m_tokens.emplace_back(piece);
+      }
+      ++m_count;
+   }
 
    /// Adds a piece that is a part of the text. A short one is copied with the bytes behind it, which are dropped
    /// again: a copy of a fixed size needs neither a call nor a loop.
    [[gnu::always_inline]] void add_part(const char* begin, std::size_t size) {
-      if (size < fixed_size && static_cast<std::size_t>(m_text_end - begin) >= fixed_size) {
+      if (m_count < m_reused) {
+         reuse(std::string_view(begin, size));
+      } else if (size < fixed_size && static_cast<std::size_t>(m_text_end - begin) >= fixed_size) {
          m_tokens.emplace_back(begin, fixed_size).resize(size);
       } else {
          m_tokens.emplace_back(begin, size);
       }
+      ++m_count;
+   }
+
+   void drop_the_rest() {
+      m_tokens.erase(m_tokens.begin() + static_cast<std::ptrdiff_t>(m_count), m_tokens.end());
    }
 
 private:
-   static constexpr std::size_t fixed_size = 15; // what a string holds without storage of its own
+   [[gnu::noinline]] void reuse(std::string_view piece) { m_tokens[m_count].assign(piece); }
+
+   static constexpr std::size_t longest_without_storage = 15;
+   static constexpr std::size_t fixed_size = longest_without_storage;
 
    MEM_VECTOR<MEM_STRING>& m_tokens;
    const char* m_text_end; // of the text that the pieces are of
+   std::size_t m_reused;
+   std::size_t m_count = 0;
 };
 
 constexpr std::size_t step = 64;
@@ -233,4 +256,5 @@ void XTL_TOKENIZER::tokenize(const MEM_STRING& text, MEM_VECTOR<MEM_STRING>& tok
       set_role(roles, m_escapes, ROLE::ESCAPE);
       split_by_roles(text, roles, m_keep_empty, m_trim, pieces);
    }
+   pieces.drop_the_rest();
 }
