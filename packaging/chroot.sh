@@ -29,7 +29,7 @@ in_chroot() {
       root=$1
       shift
       mount -t proc proc "$root/proc"
-      mount --bind /dev "$root/dev"
+      mount --rbind /dev "$root/dev" # with its terminals
       exec chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 \
          DEBIAN_FRONTEND=noninteractive http_proxy="${http_proxy:-}" https_proxy="${https_proxy:-}" "$@"
    ' bash "$root" "$@"

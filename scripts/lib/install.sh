@@ -43,4 +43,4 @@ build_packages=(g++=g++ cmake=cmake ninja-build=ninja libcli11-dev nlohmann-json
    libzstd-dev libre2-dev pkg-config=pkg-config)
 # What the tests need besides.
 test_packages=(libgtest-dev libgmock-dev librapidcheck-dev python3=python3 binutils=nm strace=strace
-   groff-base=groff doxygen=doxygen)
+   groff-base=groff doxygen=doxygen make=make)
