@@ -33,10 +33,13 @@ int value_of_name(const LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR& translator, const 
    if (found != translator.m_string_to_enum.end()) {
       return found->m_data;
    }
-   const bool is_complete = translator.m_string_to_enum.m_size >= name_count;
-   for (int value = 0; !is_complete && value <= static_cast<int>(last_value); ++value) {
-      if (XTL_CASE_INSENSITIVE_CSTR_OPS().equal(LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR::m_debug_string_table[value], name) ||
-          XTL_CASE_INSENSITIVE_CSTR_OPS().equal(LOGDB_ENTRY_DATATYPE_ENUM_TRANSLATOR::m_user_string_table[value], name)) {
+   if (translator.m_string_to_enum.m_size >= name_count) {
+      return -1;
+   }
+   const XTL_CASE_INSENSITIVE_CSTR_OPS names;
+   for (int value = 0; value <= static_cast<int>(last_value); ++value) {
+      if (names.equal(translator.m_debug_string_table[value], name) ||
+          names.equal(translator.m_user_string_table[value], name)) {
          return value;
       }
    }

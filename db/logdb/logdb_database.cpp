@@ -147,7 +147,8 @@ bool has_next_byte(std::istream& in) {
    return in.peek() != std::istream::traits_type::eof();
 }
 
-// Takes lines out of what a stream has read ahead. Several readers of one stream need one of these.
+// Takes lines out of what a stream has read ahead. What it has looked at already counts as long as the stream stands
+// where the last line ended: whoever reads the stream from another place makes it look again.
 class LINE_TAKER {
 public:
    // Takes a line, if it is there whole and not too long. What is behind a zero byte in it is dropped.
