@@ -38,10 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
    FUZZ_HOST host;
    const FUZZ_LEAK_CHECK leak_check;
    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
-   // A packed log is another one than its bytes.
-   if (!bytes.empty() && std::string_view("\x1f(\xfd"
-                                          "B\x04")
-                                 .find(bytes[0]) != std::string_view::npos) {
+   if (fuzz_may_be_packed(bytes)) {
       return 0;
    }
    if (bytes.starts_with('{')) {

@@ -100,10 +100,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
    FUZZ_HOST host;
    const FUZZ_LEAK_CHECK leak_check;
    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
-   // Of what is packed the commands see what is in it.
-   const bool is_packed = size >= 2 && std::string_view("\x1f(\xfd"
-                                                        "B\x04")
-                                               .find(bytes[0]) != std::string_view::npos;
+   const bool is_packed = fuzz_may_be_packed(bytes);
    const FUZZ_FILE file(bytes);
    for (const std::string& format : fuzz_formats()) {
       const FUZZ_ANSWER show = fuzz_run(add_show, {"--json", "--as", format, file.path()});

@@ -118,6 +118,12 @@ std::size_t fuzz_choice(std::string_view bytes) {
    return static_cast<std::size_t>(hash >> 32U);
 }
 
+bool fuzz_may_be_packed(std::string_view bytes) {
+   return bytes.size() >= 2 && std::string_view("\x1f(\xfd"
+                                                "B\x04")
+                                       .find(bytes[0]) != std::string_view::npos;
+}
+
 std::size_t fuzz_mutate_log(std::uint8_t* data, std::size_t size, std::size_t most, unsigned int seed) {
    return seed % 2 == 0 ? fuzz_mutate_words(data, size, most, seed / 2, fsyn_words(), " \n")
                         : fuzz_mutate_words(data, size, most, seed / 2, database_words(), ",\n");

@@ -35,6 +35,9 @@ std::vector<std::string_view> fuzz_lines(std::string_view text);
 /// A number that any change of the bytes changes: for choices that the input makes.
 std::size_t fuzz_choice(std::string_view bytes);
 
+/// Whether bytes begin as those of a compressed log may: the commands see what is in it, and not these.
+bool fuzz_may_be_packed(std::string_view bytes);
+
 /// A mutator for logs of both formats.
 std::size_t fuzz_mutate_log(std::uint8_t* data, std::size_t size, std::size_t most, unsigned int seed);
 

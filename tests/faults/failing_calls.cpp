@@ -218,15 +218,18 @@ extern "C" int mkostemp64(char* pattern, int flags) {
    return watched_mkostemp(pattern, flags, "mkostemp64");
 }
 
-extern "C" ssize_t read(int file, void* buffer, std::size_t size) {
-   switch (is_watched_file(file) ? answer("read") : ANSWER::WORKS) {
-   case ANSWER::FAILS:
-      return -1;
-   case ANSWER::IS_SHORT:
+/// Whether a call of a kind does anything to a file; one that is cut short does it to fewer bytes.
+static bool is_answered(int file, const char* call, std::size_t& size) {
+   const ANSWER wanted = is_watched_file(file) ? answer(call) : ANSWER::WORKS;
+   if (wanted == ANSWER::IS_SHORT) {
       size = part(size);
-      break;
-   case ANSWER::WORKS:
-      break;
+   }
+   return wanted != ANSWER::FAILS;
+}
+
+extern "C" ssize_t read(int file, void* buffer, std::size_t size) {
+   if (!is_answered(file, "read", size)) {
+      return -1;
    }
    return syscall(SYS_read, file, buffer, size);
 }
@@ -242,14 +245,8 @@ extern "C" ssize_t copy_file_range(int from, off64_t* from_place, int to, off64_
 }
 
 extern "C" ssize_t write(int file, const void* bytes, std::size_t size) {
-   switch (is_watched_file(file) ? answer("write") : ANSWER::WORKS) {
-   case ANSWER::FAILS:
+   if (!is_answered(file, "write", size)) {
       return -1;
-   case ANSWER::IS_SHORT:
-      size = part(size);
-      break;
-   case ANSWER::WORKS:
-      break;
    }
    return syscall(SYS_write, file, bytes, size);
 }

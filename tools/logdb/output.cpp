@@ -71,31 +71,39 @@ bool environment_allows_colour() {
           (terminal == nullptr || std::strcmp(terminal, "dumb") != 0);
 }
 
-/// Standard output as a sink.
-class STANDARD_SINK : public SINK {
+/// Hands over what is written in blocks.
+class BLOCK_SINK : public SINK {
 public:
    void write(std::string_view bytes) override {
       m_buffer += bytes;
       if (m_buffer.size() >= block_size) {
-         flush();
+         finish();
       }
    }
-   void finish() override { flush(); }
-   void close() override { flush(); }
-
-private:
-   void flush() {
-      if (!m_buffer.empty() && ::isatty(STDOUT_FILENO) == 1) {
-         PROGRESS::silence();
-      }
-      write_all(STDOUT_FILENO, m_buffer, "standard output");
+   void finish() override {
+      hand_over(m_buffer);
       m_buffer.clear();
    }
+   void close() override { finish(); }
+
+private:
+   virtual void hand_over(const std::string& bytes) = 0;
+
    std::string m_buffer;
 };
 
+/// Standard output as a sink.
+class STANDARD_SINK : public BLOCK_SINK {
+   void hand_over(const std::string& bytes) override {
+      if (!bytes.empty() && ::isatty(STDOUT_FILENO) == 1) {
+         PROGRESS::silence();
+      }
+      write_all(STDOUT_FILENO, bytes, "standard output");
+   }
+};
+
 /// A pipe or a device: it has its name already and keeps it.
-class DIRECT_SINK : public SINK {
+class DIRECT_SINK : public BLOCK_SINK {
 public:
    explicit DIRECT_SINK(std::string path)
        : m_path(std::move(path)), m_file(::open(m_path.c_str(), O_WRONLY | O_CLOEXEC)) {
@@ -107,22 +115,10 @@ public:
    DIRECT_SINK(const DIRECT_SINK&) = delete;
    DIRECT_SINK& operator=(const DIRECT_SINK&) = delete;
 
-   void write(std::string_view bytes) override {
-      m_buffer += bytes;
-      if (m_buffer.size() >= block_size) {
-         flush();
-      }
-   }
-   void finish() override { flush(); }
-   void close() override { flush(); }
-
 private:
-   void flush() {
-      write_all(m_file, m_buffer, m_path);
-      m_buffer.clear();
-   }
+   void hand_over(const std::string& bytes) override { write_all(m_file, bytes, m_path); }
+
    std::string m_path;
-   std::string m_buffer;
    int m_file;
 };
 
