@@ -73,8 +73,11 @@ template <class RECORD> std::unique_ptr<RECORD> copy_head(const RECORD& record) 
 
 struct slots {
    template <class RECORD> static void start(RECORD& record) {
-      record.m_port_sources.assign(slot_count(LOGDB_FSYN_KIND<RECORD>::m_type),
-                                   MEM_STRING(logdb_fsyn_unchanged_slot));
+      constexpr std::size_t count = slot_count(LOGDB_FSYN_KIND<RECORD>::m_type);
+      record.m_port_sources.reserve(count);
+      for (std::size_t slot = 0; slot < count; ++slot) {
+         record.m_port_sources.emplace_back(logdb_fsyn_unchanged_slot);
+      }
    }
    template <class RECORD> static RECORD* copy(const RECORD& record) {
       std::unique_ptr<RECORD> copy = copy_head(record);
@@ -203,13 +206,24 @@ int logdb_fsyn_kind_of_keyword(std::string_view word) {
 
 namespace {
 
-// Reading reaches up to 15 bytes behind the end of what is in the buffer; there are zero bytes.
+// The end of a word is looked for in steps, up to a step behind the end of what is in the buffer.
 constexpr std::size_t read_size = std::size_t{256} * 1024;
-constexpr std::size_t bytes_behind = 16;
-constexpr std::size_t buffer_size = read_size + bytes_behind;
+constexpr std::size_t step_bytes = 32;
+constexpr std::size_t buffer_size = read_size + step_bytes;
 
-constexpr bool is_white_space(char byte) {
-   return byte == ' ' || (byte >= '\t' && byte <= '\r');
+// Sets of bytes up to the blank, one bit a byte: which of its members a byte is takes no branch.
+constexpr std::uint64_t white_space = std::uint64_t{1} << ' ' | std::uint64_t{0x1f} << '\t';
+constexpr std::uint64_t word_ends = white_space | std::uint64_t{1} << '\0';
+
+constexpr bool is_one_of(std::uint64_t set, char byte) {
+   return static_cast<unsigned char>(byte) <= ' ' && (set >> static_cast<unsigned char>(byte) & 1) != 0;
+}
+
+// Bit n tells whether byte n of 16 is a blank or one of the bytes in front of it.
+unsigned int bytes_up_to_blank(const char* begin) {
+   const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(begin));
+   const __m128i up_to_blank = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(' ')), bytes);
+   return static_cast<unsigned int>(_mm_movemask_epi8(up_to_blank));
 }
 
 int open_file(const char* file_name, LOGDB_FSYN_FILE_STREAM::DIRECTION direction) {
@@ -258,12 +272,15 @@ std::string_view LOGDB_FSYN_FILE_STREAM::next_word() {
    if (m_at_end_of_words) {
       return {};
    }
+   const char* begin = m_next;
    do {
-      while (m_next != m_end && is_white_space(*m_next)) {
-         ++m_next;
+      begin = m_next;
+      while (begin != m_end && is_one_of(white_space, *begin)) {
+         ++begin;
       }
-   } while (m_next == m_end && refill(m_buffer));
-   const char* end = m_next == m_end ? m_end : find_word_end(m_next);
+      m_next = begin;
+   } while (begin == m_end && refill(m_buffer));
+   const char* end = find_word_end(begin);
    if (end == m_end) {
       end = complete_word();
    }
@@ -290,14 +307,11 @@ void LOGDB_FSYN_FILE_STREAM::stop_at_end_of(const LOGDB_FSYN_FILE_STREAM* open_s
 // The first byte from here on that ends a word: white space or a zero byte; m_end if there is none.
 const char* LOGDB_FSYN_FILE_STREAM::find_word_end(const char* begin) const {
    // Nearly every byte up to the blank ends a word; those that do not are rare enough to be looked at one by one.
-   const __m128i blank = _mm_set1_epi8(' ');
-   for (; begin < m_end; begin += 16) {
-      const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(begin));
-      const __m128i up_to_blank = _mm_cmpeq_epi8(_mm_min_epu8(bytes, blank), bytes);
-      auto mask = static_cast<unsigned int>(_mm_movemask_epi8(up_to_blank));
+   for (; begin < m_end; begin += step_bytes) {
+      unsigned int mask = bytes_up_to_blank(begin) | bytes_up_to_blank(begin + step_bytes / 2) << 16U;
       for (; mask != 0; mask &= mask - 1) {
          const char* const end = begin + std::countr_zero(mask);
-         if (is_white_space(*end) || *end == '\0') {
+         if (is_one_of(word_ends, *end)) {
             return std::min(end, m_end);
          }
       }
@@ -336,7 +350,7 @@ bool LOGDB_FSYN_FILE_STREAM::refill(char* to) {
    m_bytes_to_read -= static_cast<std::size_t>(bytes);
    m_next = m_buffer;
    m_end = to + bytes;
-   std::memset(to + bytes, 0, bytes_behind);
+   std::memset(to + bytes, 0, step_bytes);
    return true;
 }
 

@@ -35,8 +35,14 @@ bool is_blank(char byte) {
 /// caller has moved away, are quicker made anew than filled.
 class PIECE_SINK {
 public:
-   PIECE_SINK(MEM_VECTOR<MEM_STRING>& tokens, std::string_view text)
-       : m_tokens(tokens), m_text_end(text.data() + text.size()) {
+   PIECE_SINK(MEM_VECTOR<MEM_STRING>& tokens, std::string_view text) : m_tokens(tokens) {
+      const std::size_t in_tail = std::min(text.size(), fixed_size);
+      m_tail_begin = text.data() + (text.size() - in_tail);
+      if (in_tail == fixed_size) {
+         std::memcpy(m_tail.data(), m_tail_begin, fixed_size);
+      } else {
+         std::memcpy(m_tail.data(), m_tail_begin, in_tail);
+      }
       while (!m_tokens.empty() && m_tokens.back().capacity() <= longest_without_storage) {
          m_tokens.pop_back();
       }
@@ -57,8 +63,9 @@ public:
    [[gnu::always_inline]] void add_part(const char* begin, std::size_t size) {
       if (m_count < m_reused) {
          reuse(std::string_view(begin, size));
-      } else if (size < fixed_size && static_cast<std::size_t>(m_text_end - begin) >= fixed_size) {
-         m_tokens.emplace_back(begin, fixed_size).resize(size);
+      } else if (size <= fixed_size) {
+         const char* const readable = begin < m_tail_begin ? begin : m_tail.data() + (begin - m_tail_begin);
+         m_tokens.emplace_back(readable, fixed_size).resize(size);
       } else {
          m_tokens.emplace_back(begin, size);
       }
@@ -76,7 +83,8 @@ private:
    static constexpr std::size_t fixed_size = longest_without_storage;
 
    MEM_VECTOR<MEM_STRING>& m_tokens;
-   const char* m_text_end; // of the text that the pieces are of
+   const char* m_tail_begin;                  ///< of the last bytes of the text that the pieces are of
+   std::array<char, 2 * fixed_size> m_tail{}; ///< these bytes, and as many behind them that may be read, too
    std::size_t m_reused;
    std::size_t m_count = 0;
 };
@@ -155,7 +163,7 @@ void split_plainly(std::string_view text, char separator, bool keep_empty, PIECE
       places.find(std::string_view(part, part_bytes), separator);
       for (const std::uint16_t place : places) {
          const char* piece_end = part + place;
-         if (piece_end != begin || keep_empty) {
+         if (keep_empty || piece_end != begin) {
             pieces.add_part(begin, static_cast<std::size_t>(piece_end - begin));
          }
          begin = piece_end + 1;
