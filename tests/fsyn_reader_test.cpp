@@ -993,6 +993,42 @@ TEST_F(FSYN_READER, the_end_behind_the_port_groups_cuts_no_list) {
    EXPECT_TRUE(m_host.take_messages().empty());
 }
 
+// The words of a log are found some dozens of bytes at a time. Names of every length push each other over the borders of
+// these steps, and every byte that separates, or looks as if it did, stands at some of them.
+TEST_F(FSYN_READER, names_read_back_wherever_they_stand_and_whatever_separates_them) {
+   const std::string separators = " \t\n\v\f\r";
+   const std::string no_separators = "\x01\x08\x0e\x1f\x7f\x80\x89\x8d\xa0\xff";
+   for (std::size_t shift = 0; shift < 130; ++shift) {
+      std::string text(shift, ' ');
+      text += "PHYSICAL_SYNTHESIS_DELETE_ATOM n";
+      NAMES wanted;
+      for (std::size_t length = 1; length < 150; ++length) {
+         std::string name(length, 'x');
+         name[length / 2] = no_separators[(length + shift) % no_separators.size()];
+         wanted.emplace_back(name.data(), name.size());
+         text.append(1 + length % 3, separators[(length + shift) % separators.size()]).append(name);
+      }
+      text += " END_OF_DELETE_ATOM";
+      const auto deleted = first_record<LOGDB_FSYN_LOG_ENTRY_DELETE_ATOM>(text);
+      ASSERT_NE(deleted, nullptr) << shift;
+      EXPECT_EQ(deleted->m_deleted_names, wanted) << shift;
+   }
+   EXPECT_EQ(take_reports(), REPORTS());
+}
+
+TEST_F(FSYN_READER, a_zero_byte_ends_the_file_wherever_it_stands) {
+   for (std::size_t names = 0; names < 200; ++names) {
+      std::string text = "PHYSICAL_SYNTHESIS_DELETE_ATOM n";
+      for (std::size_t name = 0; name < names; ++name) {
+         text += " xyz";
+      }
+      text.append(1, '\0').append(" more").append(2000, 'y').append(" END_OF_DELETE_ATOM");
+      const auto deleted = first_record<LOGDB_FSYN_LOG_ENTRY_DELETE_ATOM>(text);
+      ASSERT_NE(deleted, nullptr) << names;
+      EXPECT_EQ(deleted->m_deleted_names, NAMES(names, "xyz"));
+   }
+}
+
 TEST_F(FSYN_READER, a_zero_byte_where_a_word_belongs_ends_the_file_inside_lists_too) {
    const std::string zero(1, '\0');
    const auto deleted = first_record<LOGDB_FSYN_LOG_ENTRY_DELETE_ATOM>("PHYSICAL_SYNTHESIS_DELETE_ATOM n a " +

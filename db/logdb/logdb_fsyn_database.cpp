@@ -206,24 +206,34 @@ int logdb_fsyn_kind_of_keyword(std::string_view word) {
 
 namespace {
 
-// The end of a word is looked for in steps, up to a step behind the end of what is in the buffer.
 constexpr std::size_t read_size = std::size_t{256} * 1024;
-constexpr std::size_t step_bytes = 32;
-constexpr std::size_t buffer_size = read_size + step_bytes;
 
-// Sets of bytes up to the blank, one bit a byte: which of its members a byte is takes no branch.
-constexpr std::uint64_t white_space = std::uint64_t{1} << ' ' | std::uint64_t{0x1f} << '\t';
-constexpr std::uint64_t word_ends = white_space | std::uint64_t{1} << '\0';
-
-constexpr bool is_one_of(std::uint64_t set, char byte) {
-   return static_cast<unsigned char>(byte) <= ' ' && (set >> static_cast<unsigned char>(byte) & 1) != 0;
+constexpr bool is_white_space(char byte) {
+   return byte == ' ' || (byte >= '\t' && byte <= '\r');
 }
 
-// Bit n tells whether byte n of 16 is a blank or one of the bytes in front of it.
-unsigned int bytes_up_to_blank(const char* begin) {
-   const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(begin));
-   const __m128i up_to_blank = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(' ')), bytes);
-   return static_cast<unsigned int>(_mm_movemask_epi8(up_to_blank));
+// What stands between words in 64 bytes, one bit a byte.
+struct SEPARATORS {
+   std::uint64_t m_white_space = 0;
+   bool m_has_zero = false;
+};
+
+constexpr std::size_t step_bytes = 64;
+
+SEPARATORS find_separators(const char* begin) {
+   constexpr std::size_t part_bytes = sizeof(__m128i);
+   SEPARATORS found;
+   __m128i zeros = _mm_setzero_si128();
+   for (std::size_t part = 0; part < step_bytes; part += part_bytes) {
+      const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(begin + part));
+      const __m128i from_tab = _mm_sub_epi8(bytes, _mm_set1_epi8('\t'));
+      const __m128i tab_to_return = _mm_cmpeq_epi8(_mm_min_epu8(from_tab, _mm_set1_epi8('\r' - '\t')), from_tab);
+      const __m128i white_space = _mm_or_si128(tab_to_return, _mm_cmpeq_epi8(bytes, _mm_set1_epi8(' ')));
+      found.m_white_space |= static_cast<std::uint64_t>(_mm_movemask_epi8(white_space)) << part;
+      zeros = _mm_or_si128(zeros, _mm_cmpeq_epi8(bytes, _mm_setzero_si128()));
+   }
+   found.m_has_zero = _mm_movemask_epi8(zeros) != 0;
+   return found;
 }
 
 int open_file(const char* file_name, LOGDB_FSYN_FILE_STREAM::DIRECTION direction) {
@@ -240,7 +250,7 @@ int open_file(const char* file_name, LOGDB_FSYN_FILE_STREAM::DIRECTION direction
 LOGDB_FSYN_FILE_STREAM::LOGDB_FSYN_FILE_STREAM(const char* file_name, DIRECTION direction)
     : m_file(open_file(file_name, direction)), m_bytes_to_read(std::numeric_limits<std::size_t>::max()) {
    if (direction == READING) {
-      m_buffer = new (std::nothrow) char[buffer_size];
+      m_buffer = new (std::nothrow) char[read_size];
       m_next = m_buffer;
       m_end = m_buffer;
       m_lacks_buffer = m_buffer == nullptr;
@@ -269,18 +279,49 @@ void LOGDB_FSYN_FILE_STREAM::append(const char* bytes, std::size_t size) {
 }
 
 std::string_view LOGDB_FSYN_FILE_STREAM::next_word() {
+   if (m_next_place == m_place_count && !find_words_ahead()) {
+      return next_word_by_itself();
+   }
+   const char* const begin = m_places_origin + m_places[m_next_place];
+   m_next = m_places_origin + m_places[m_next_place + 1];
+   m_next_place += 2;
+   return {begin, static_cast<std::size_t>(m_next - begin)};
+}
+
+// Finds the whole words in the next bytes, which are looked at in steps: one word after the other, each could only be
+// looked for when the one before it has been found. A zero byte, and what is shorter than a step, is left to
+// next_word_by_itself.
+bool LOGDB_FSYN_FILE_STREAM::find_words_ahead() {
+   const auto available = std::min(static_cast<std::size_t>(m_end - m_next), look_ahead);
+   std::size_t count = 0;
+   std::uint64_t in_word = 0; // whether the byte in front of the step is one of a word
+   for (std::size_t step = 0; available - step >= step_bytes; step += step_bytes) {
+      const SEPARATORS separators = find_separators(m_next + step);
+      if (separators.m_has_zero) {
+         break;
+      }
+      const std::uint64_t words = ~separators.m_white_space;
+      for (std::uint64_t places = words ^ (words << 1U | in_word); places != 0; places &= places - 1) {
+         m_places[count++] = static_cast<std::uint16_t>(step + static_cast<std::size_t>(std::countr_zero(places)));
+      }
+      in_word = words >> (step_bytes - 1);
+   }
+   m_places_origin = m_next;
+   m_next_place = 0;
+   m_place_count = count / 2 * 2; // a word whose end is farther away is looked for again
+   return m_place_count != 0;
+}
+
+std::string_view LOGDB_FSYN_FILE_STREAM::next_word_by_itself() {
    if (m_at_end_of_words) {
       return {};
    }
-   const char* begin = m_next;
    do {
-      begin = m_next;
-      while (begin != m_end && is_one_of(white_space, *begin)) {
-         ++begin;
+      while (m_next != m_end && is_white_space(*m_next)) {
+         ++m_next;
       }
-      m_next = begin;
-   } while (begin == m_end && refill(m_buffer));
-   const char* end = find_word_end(begin);
+   } while (m_next == m_end && refill(m_buffer));
+   const char* end = find_word_end(m_next);
    if (end == m_end) {
       end = complete_word();
    }
@@ -306,17 +347,7 @@ void LOGDB_FSYN_FILE_STREAM::stop_at_end_of(const LOGDB_FSYN_FILE_STREAM* open_s
 
 // The first byte from here on that ends a word: white space or a zero byte; m_end if there is none.
 const char* LOGDB_FSYN_FILE_STREAM::find_word_end(const char* begin) const {
-   // Nearly every byte up to the blank ends a word; those that do not are rare enough to be looked at one by one.
-   for (; begin < m_end; begin += step_bytes) {
-      unsigned int mask = bytes_up_to_blank(begin) | bytes_up_to_blank(begin + step_bytes / 2) << 16U;
-      for (; mask != 0; mask &= mask - 1) {
-         const char* const end = begin + std::countr_zero(mask);
-         if (is_one_of(word_ends, *end)) {
-            return std::min(end, m_end);
-         }
-      }
-   }
-   return m_end;
+   return std::find_if(begin, m_end, [](char byte) { return is_white_space(byte) || byte == '\0'; });
 }
 
 // The end of a word that reaches the end of what was read. It is moved to the front of the buffer, and the file
@@ -350,7 +381,6 @@ bool LOGDB_FSYN_FILE_STREAM::refill(char* to) {
    m_bytes_to_read -= static_cast<std::size_t>(bytes);
    m_next = m_buffer;
    m_end = to + bytes;
-   std::memset(to + bytes, 0, step_bytes);
    return true;
 }
 

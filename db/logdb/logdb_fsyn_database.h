@@ -2,6 +2,7 @@
 #define LOGDB_FSYN_DATABASE_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 #include "logdb_fsyn_log_entry.h"
@@ -252,9 +253,13 @@ public:
    void stop_at_end_of(const LOGDB_FSYN_FILE_STREAM* open_stream, const char* file_name);
 
 private:
+   bool find_words_ahead();
+   std::string_view next_word_by_itself();
    const char* find_word_end(const char* begin) const;
    const char* complete_word();
    bool refill(char* to);
+
+   static constexpr std::size_t look_ahead = 1024; // bytes that are searched for words together
 
    int m_file;
    bool m_lacks_buffer = false;     // it was to read, and has nowhere to read to
@@ -265,6 +270,12 @@ private:
    char* m_buffer = nullptr;        // what was read from the file
    const char* m_next = nullptr;    // the first byte in it that was not handed out
    const char* m_end = nullptr;     // behind the last
+
+   // Words that were found ahead: where each begins and ends, counted from a byte in the buffer.
+   const char* m_places_origin = nullptr;
+   std::size_t m_next_place = 0;
+   std::size_t m_place_count = 0;
+   std::uint16_t m_places[look_ahead + 1];
 };
 
 #endif
