@@ -495,6 +495,25 @@ TEST_F(FSYN_READER, some_masks_said_by_hand) {
    EXPECT_EQ(mask_of("xyz 1"), 0x100000000UL);
 }
 
+TEST_F(FSYN_READER, any_byte_in_a_number_means_what_it_does_to_strtol_and_strtoul) {
+   for (int byte = 1; byte < 256; ++byte) {
+      if (byte == ' ' || (byte >= '\t' && byte <= '\r')) {
+         continue;
+      }
+      for (const char* around : {"", "a", "1"}) {
+         const std::string word = std::string(around) + static_cast<char>(byte) + "b2";
+         const auto record = first_record<LOGDB_FSYN_LOG_ENTRY_SET_LUTMASK>("PHYSICAL_SYNTHESIS_SET_LUTMASK n " +
+                                                                            word + " 0 " + word + " SUM");
+         EXPECT_EQ(record->m_lut_mask, std::strtoul(word.c_str(), nullptr, 16)) << word;
+         const std::string digits = std::string(around) + static_cast<char>(byte) + "12";
+         const auto global =
+             first_record<LOGDB_FSYN_LOG_ENTRY_SET_GLOBAL>("PHYSICAL_SYNTHESIS_SET_GLOBAL n 0 0 " + digits);
+         EXPECT_EQ(global->m_value, static_cast<int>(std::strtol(digits.c_str(), nullptr, 10))) << digits;
+      }
+   }
+   EXPECT_EQ(take_reports(), REPORTS());
+}
+
 // ---- LUT masks and modes
 
 TEST_F(FSYN_READER, a_lut_mask_record_has_mask_option_and_mode) {

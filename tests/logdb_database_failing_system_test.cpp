@@ -363,8 +363,15 @@ TEST_F(LOGDB_DATABASE_OUT_OF_MEMORY, a_translator_that_has_no_room_for_a_name_kn
             EXPECT_TRUE(kinds.exists_enum_by_string(name)) << name << " with " << objects;
          }
       }
+      for (int value = 0; value < 2; ++value) {
+         for (const char* name : {datatypes.m_debug_string_table[value], datatypes.m_user_string_table[value]}) {
+            EXPECT_EQ(datatypes.get_enum_by_string(name), value) << name << " with " << objects;
+            EXPECT_TRUE(datatypes.exists_enum_by_string(name)) << name << " with " << objects;
+         }
+      }
       EXPECT_EQ(datatypes.get_enum_by_string("node_name"), NODE_NAME);
-      EXPECT_EQ(datatypes.get_enum_by_string("GENERIC_STRING"), GENERIC_STRING);
+      EXPECT_EQ(datatypes.get_enum_by_string("RAM_PACKING"), -1);
+      EXPECT_FALSE(datatypes.exists_enum_by_string(""));
       EXPECT_EQ(kinds.get_enum_by_string("NODE_NAME"), -1);
       EXPECT_FALSE(kinds.exists_enum_by_string(""));
    }
