@@ -209,6 +209,16 @@ TEST_F(HOST_MSG_DEATH_TEST, control_characters_and_broken_sequences_beyond_ascii
                   "\\xe0\\x80\\x80|\\xf0\\x80\\x80\\x80|\\xed\\xa0\\x80|\\xf4\\x90\\x80\\x80|\\xf8\\xff|\\xc3\n"));
 }
 
+// Where a name is read on a terminal, these make another of it, or of what stands beside it.
+TEST_F(HOST_MSG_DEATH_TEST, characters_that_turn_the_direction_of_writing_or_end_a_line_are_spelled_out) {
+   EXPECT_EXIT(report_and_exit("\u061c|\u200e|\u200f|\u2028|\u202e|\u2066|\u2069"), ExitedWithCode(0),
+               Eq("internal error [LOGDB] logdb_database:123: \\xd8\\x9c|\\xe2\\x80\\x8e|\\xe2\\x80\\x8f|"
+                  "\\xe2\\x80\\xa8|\\xe2\\x80\\xae|\\xe2\\x81\\xa6|\\xe2\\x81\\xa9\n"));
+   const std::string neighbours = "\u061b\u061d\u200d\u2010\u2027\u202f\u2065\u206a\u2128";
+   EXPECT_EXIT(report_and_exit(neighbours.c_str()), ExitedWithCode(0),
+               Eq("internal error [LOGDB] logdb_database:123: " + neighbours + "\n"));
+}
+
 TEST_F(HOST_MSG_DEATH_TEST, a_text_of_any_length_is_one_line) {
    const std::string long_text(100000, 'n');
    EXPECT_EXIT(report_and_exit(long_text.c_str()), ExitedWithCode(0),

@@ -1,5 +1,7 @@
 #include "text_file.h"
 
+#include <array>
+#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <optional>
@@ -43,12 +45,27 @@ std::string first_difference(const std::string& expected, const std::string& act
       const std::optional<std::string> expected_line = next_line(expected_lines);
       const std::optional<std::string> actual_line = next_line(actual_lines);
       if (expected_line != actual_line) {
-         return "line " + std::to_string(number) + "\n  expected: " + expected_line.value_or(NO_LINE) +
-                "\n  found:    " + actual_line.value_or(NO_LINE);
+         return "line " + std::to_string(number) + "\n  expected: " + printable(expected_line.value_or(NO_LINE)) +
+                "\n  found:    " + printable(actual_line.value_or(NO_LINE));
       }
       if (!expected_line) {
          return "the line feed at the end of the text";
       }
    }
    return "";
+}
+
+std::string printable(std::string_view text) {
+   std::string result;
+   for (const char byte : text) {
+      if (byte == '\n' || (byte >= ' ' && byte <= '~')) {
+         result += byte;
+         continue;
+      }
+      std::array<char, 5> code = {};
+      std::snprintf(code.data(), code.size(), "\\x%02x",
+                    static_cast<unsigned int>(static_cast<unsigned char>(byte)));
+      result += code.data();
+   }
+   return result;
 }

@@ -176,11 +176,11 @@ void name_what_is_left_out(const WHOLE_RECORDS& log, std::size_t replayed) {
    for (std::size_t position = replayed; position < log.m_records.size(); ++position) {
       const LOGDB_FSYN_LOG_ENTRY& record = *log.m_records[position];
       std::cout << "  left out, a change half done: " << record_kind_name(record.m_type) << " of "
-                << record.m_node_name.c_str() << "\n";
+                << printable(record.m_node_name) << "\n";
    }
    if (!log.m_rest.empty()) {
       std::cout << "  left out, a record cut short: " << log.m_rest.size() << " bytes that begin with "
-                << first_line(log.m_rest) << "\n";
+                << printable(first_line(log.m_rest)) << "\n";
    }
 }
 
@@ -241,7 +241,7 @@ int main(int argument_count, char** arguments) {
    try {
       return run(argument_count, arguments);
    } catch (const std::exception& error) {
-      std::cerr << "physical_synthesis: " << error.what() << "\n";
+      std::cerr << "physical_synthesis: " << printable(error.what()) << "\n";
       return FAILED;
    }
 }

@@ -199,7 +199,7 @@ int main(int argument_count, char** arguments) {
    try {
       return run(argument_count, arguments);
    } catch (const std::exception& error) {
-      std::cerr << "register_packing: " << error.what() << "\n";
+      std::cerr << "register_packing: " << printable(error.what()) << "\n";
       return FAILED;
    }
 }

@@ -65,6 +65,17 @@ const char* text_or_null_mark(const char* text) {
    return text == nullptr ? "(null)" : text;
 }
 
+/// Whether a character of three bytes, or of two, changes where those around it are shown: it turns the direction of
+/// writing or ends a line. A name with one in it reads as another.
+bool moves_text(std::string_view character) {
+   const std::string_view beginning = character.substr(0, 2);
+   const auto last = static_cast<unsigned char>(character.back());
+   const bool is_mark = last == 0x8e || last == 0x8f || (last >= 0xa8 && last <= 0xae);
+   const bool is_isolate = last >= 0xa6 && last <= 0xa9;
+   return character == "\xd8\x9c" || (beginning == "\xe2\x80" && is_mark) ||
+          (beginning == "\xe2\x81" && is_isolate);
+}
+
 /// The length of the character at the beginning of a text that may go to a terminal as it is; 0 for a control
 /// character, and for bytes that are no UTF-8: a terminal with another encoding may take them for one.
 std::size_t printable_length(std::string_view text) {
@@ -86,7 +97,7 @@ std::size_t printable_length(std::string_view text) {
    const bool is_overlong = (lead == 0xe0 && second < 0xa0) || (lead == 0xf0 && second < 0x90);
    const bool is_no_character = (lead == 0xed && second >= 0xa0) || (lead == 0xf4 && second >= 0x90);
    const bool is_control = lead == 0xc2 && second < 0xa0;
-   return is_overlong || is_no_character || is_control ? 0 : length;
+   return is_overlong || is_no_character || is_control || moves_text(text.substr(0, length)) ? 0 : length;
 }
 
 /// One line on standard error. It is put together without allocating, because what is reported may be that

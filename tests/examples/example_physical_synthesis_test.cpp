@@ -212,6 +212,21 @@ TEST_F(PHYSICAL_SYNTHESIS_TEST, a_recovery_names_the_half_change_and_the_cut_rec
                                            "PHYSICAL_SYNTHESIS_ADD_REMOVE_CONNECTION_LCELL_COMB\n"));
 }
 
+// A name may hold what a terminal obeys; nobody who looks into a log of somebody else's is to be its victim.
+TEST_F(PHYSICAL_SYNTHESIS_TEST, names_are_printed_with_their_control_bytes_spelled_out) {
+   const std::string keyword = "PHYSICAL_SYNTHESIS_SET_LUTMASK\n";
+   std::string log = whole_log();
+   log.replace(log.find(keyword + "x\n") + keyword.size(), 1, "\x1b]0;mine\x07\xc2\x9b");
+   write_file(path("evil.fsyn"), log);
+   const STAGE_RUN replay = stage({"replay", "design.blif", "evil.fsyn"});
+   EXPECT_NE(replay.m_status, 0);
+   EXPECT_THAT(replay.m_output, HasSubstr("\\x1b]0;mine\\x07\\xc2\\x9b"));
+   EXPECT_EQ(replay.m_output.find('\x1b'), std::string::npos);
+   write_file(path("cut.fsyn"), "PHYSICAL_SYNTHESIS_\x1b[2J");
+   const STAGE_RUN recover = stage({"recover", "design.blif", "cut.fsyn", "--whole-log", "kept.fsyn"});
+   EXPECT_THAT(recover.m_output, HasSubstr("that begin with PHYSICAL_SYNTHESIS_\\x1b[2J\n"));
+}
+
 TEST_F(PHYSICAL_SYNTHESIS_TEST, a_sound_log_is_recovered_whole) {
    const std::string log = whole_log();
    const STAGE_RUN recover =
