@@ -941,6 +941,22 @@ std::vector<int> descriptors_of(const std::string& path) {
    return found;
 }
 
+TEST_F(FSYN_LOG_FILE, where_standard_input_is_closed_a_log_takes_its_descriptor_and_gives_it_back) {
+   EXPECT_TRUE(in_child([] {
+      ::close(STDIN_FILENO);
+      ENABLED_LOG log("log.fsyn");
+      log.print_line("line");
+      const bool is_taken = ::fcntl(STDIN_FILENO, F_GETFD) != -1;
+      log.close();
+      const bool is_given_back = ::fcntl(STDIN_FILENO, F_GETFD) == -1;
+      const char* const line = log.read_line();
+      if (!is_taken || !is_given_back || std::strcmp(line, "line") != 0) {
+         _exit(1);
+      }
+   }));
+   EXPECT_EQ(read_file("log.fsyn"), "line\n");
+}
+
 TEST_F(FSYN_LOG_FILE, programs_that_the_process_starts_do_not_hold_the_log_open) {
    ENABLED_LOG log("log.fsyn");
    log.print_line("line");
