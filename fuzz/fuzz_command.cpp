@@ -1,11 +1,9 @@
 #include "fuzz_command.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
 
-#include <CLI/CLI.hpp>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -68,15 +66,13 @@ private:
    std::FILE* m_old;
 };
 
-/// As the program itself does it, but that any other exception is a fault.
-STATUS run(void (*add)(COMMAND_TABLE&), std::vector<std::string> arguments) {
+/// As the program itself does it, but that any other exception is a fault. So is a command line that makes no sense,
+/// whose status nobody expects.
+STATUS run(void (*add)(COMMAND_TABLE&), const std::vector<std::string>& arguments) {
    COMMAND_TABLE table;
    add(table);
-   COMMAND& command = table.commands().front();
-   std::reverse(arguments.begin(), arguments.end());
-   command.m_app->parse(arguments);
    try {
-      return command.m_run();
+      return run_command(table.commands().front(), arguments);
    } catch (const TOOL_ERROR& error) {
       tell(error.what());
       return error.m_status;

@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <memory>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 #include "item_printer.h"
 #include "json.h"
@@ -103,9 +101,9 @@ void add_blame(COMMAND_TABLE& table) {
                          {"blame 'top|u1' top.logdb top.fsyn", "that of an instance and all in it"},
                          {"blame --json '*|q' top.logdb", "all nodes of a name, for a script"}};
    auto options = std::make_shared<BLAME_OPTIONS>();
-   command.m_app->add_option("NODE", options->m_node, "The node")->required();
-   add_log_options(*command.m_app, options->m_log);
-   command.m_app->add_flag("-x,--exact", options->m_exact, "Only the node itself, and its name as it is");
-   command.m_app->add_flag("--json", options->m_json, "One JSON object a line");
+   command.add_option("NODE", options->m_node, "The node").required();
+   add_log_options(command, options->m_log);
+   command.add_flag("-x,--exact", options->m_exact, "Only the node itself, and its name as it is");
+   command.add_flag("--json", options->m_json, "One JSON object a line");
    command.m_run = [options] { return blame(*options); };
 }

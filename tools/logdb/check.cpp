@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <memory>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 #include "database_checker.h"
 #include "fsyn_walker.h"
@@ -188,23 +186,21 @@ void add_check(COMMAND_TABLE& table) {
        {"check --explain LDB103", "what a rule is about"},
        {"check --partition-root 'top|u1' top.logdb", "what would be lost in a partition's file"}};
    auto options = std::make_shared<CHECK_OPTIONS>();
-   add_log_options(*command.m_app, options->m_log);
-   command.m_app->get_option("FILE")->required(false);
-   command.m_app->add_option("--explain", options->m_explain, "Tell about a rule, and check nothing")
-       ->type_name("RULE");
-   command.m_app->add_flag("--rules", options->m_rules, "List the rules, and check nothing");
-   auto* root = command.m_app
-                    ->add_option("--partition-root", options->m_root,
-                                 "Check node names for a file that is relative to this node; may be empty")
-                    ->type_name("NODE");
-   command.m_app->add_option("--ignore", options->m_ignored, "Leave these rules out")
-       ->type_name("RULE,...")
-       ->delimiter(',')
-       ->allow_extra_args(false);
-   command.m_app->add_flag("--errors-only", options->m_errors_only, "Leave warnings out");
-   command.m_app->add_flag("--json", options->m_json, "One JSON object a finding");
+   add_log_options(command, options->m_log);
+   command.option("FILE").required(false);
+   command.add_option("--explain", options->m_explain, "Tell about a rule, and check nothing").value_name("RULE");
+   command.add_flag("--rules", options->m_rules, "List the rules, and check nothing");
+   const OPTION root = command
+                           .add_option("--partition-root", options->m_root,
+                                       "Check node names for a file that is relative to this node; may be empty")
+                           .value_name("NODE");
+   command.add_option("--ignore", options->m_ignored, "Leave these rules out")
+       .value_name("RULE,...")
+       .comma_separated();
+   command.add_flag("--errors-only", options->m_errors_only, "Leave warnings out");
+   command.add_flag("--json", options->m_json, "One JSON object a finding");
    command.m_run = [options, root] {
-      options->m_has_root = root->count() != 0;
+      options->m_has_root = root.is_given();
       return check(*options);
    };
 }

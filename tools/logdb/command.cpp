@@ -10,26 +10,18 @@ namespace {
 
 constexpr std::size_t text_width = 78;
 
-std::string option_description(const CLI::Option& option) {
-   std::string text = option.get_description();
-   if (!option.get_default_str().empty()) {
-      text += " [default: " + option.get_default_str() + "]";
-   }
-   return text;
-}
-
-std::string options_text(const CLI::App& app) {
+std::string options_text(const COMMAND& command) {
    std::string text;
    constexpr std::size_t column = 26;
-   for (const CLI::Option* option : visible_options(app)) {
-      std::string line = "  " + option_spelling(*option);
-      std::string description = wrapped(option_description(*option), text_width, column);
+   for (const OPTION_DESCRIPTION& option : visible_options(command)) {
+      std::string line = "  " + option.spelling();
+      std::string description = wrapped(option.whole_text(), text_width, column);
       if (line.size() + 2 <= column) {
          line.resize(column, ' ');
          description.erase(0, column);
          text += line + description;
       } else {
-         text += line + "\n" + description;
+         text.append(line).append("\n").append(description);
       }
    }
    return text;
@@ -111,23 +103,29 @@ std::string synopsis(const COMMAND& command) {
    return "logdb " + command.m_name + " [OPTIONS]" + arguments(*command.m_app);
 }
 
-std::string option_spelling(const CLI::Option& option) {
+std::string OPTION_DESCRIPTION::spelling() const {
    std::string text;
-   for (const std::string& name : option.get_snames()) {
+   for (const std::string& name : m_short_names) {
       text += (text.empty() ? "-" : ", -") + name;
    }
-   // The first long name is the one that we teach; the others are for fingers that know better.
-   if (!option.get_lnames().empty()) {
-      text += (text.empty() ? "--" : ", --") + option.get_lnames().front();
+   // The other long names are for fingers that know better.
+   if (!m_long_names.empty()) {
+      text += (text.empty() ? "--" : ", --") + m_long_names.front();
    }
-   return option.get_type_size() == 0 ? text : text + " " + option.get_type_name();
+   return m_value_name.empty() ? text : text + " " + m_value_name;
 }
 
-std::vector<const CLI::Option*> visible_options(const CLI::App& app) {
-   std::vector<const CLI::Option*> options;
-   for (const CLI::Option* option : app.get_options()) {
+std::string OPTION_DESCRIPTION::whole_text() const {
+   return m_default.empty() ? m_text : m_text + " [default: " + m_default + "]";
+}
+
+std::vector<OPTION_DESCRIPTION> visible_options(const COMMAND& command) {
+   std::vector<OPTION_DESCRIPTION> options;
+   for (const CLI::Option* option : command.m_app->get_options()) {
       if (!option->get_positional() && !option->get_group().empty()) {
-         options.push_back(option);
+         options.push_back({option->get_snames(), option->get_lnames(),
+                            option->get_type_size() == 0 ? "" : option->get_type_name(), option->get_description(),
+                            option->get_default_str()});
       }
    }
    // The help flag comes first in the table, and last for people.
@@ -137,8 +135,8 @@ std::vector<const CLI::Option*> visible_options(const CLI::App& app) {
 
 std::string help_text(const COMMAND& command) {
    std::string text = command.m_summary + ".\n\nUsage: " + synopsis(command) + "\n\n" +
-                      wrapped(command.m_description, text_width, 0) + "\nOptions:\n" +
-                      options_text(*command.m_app) + "\nExamples:\n";
+                      wrapped(command.m_description, text_width, 0) + "\nOptions:\n" + options_text(command) +
+                      "\nExamples:\n";
    for (const EXAMPLE& example : command.m_examples) {
       text += "  # " + example.m_meaning + "\n  logdb " + example.m_command + "\n";
    }
@@ -177,8 +175,8 @@ std::string manual_page(const COMMAND_TABLE& table, const COMMAND* command) {
       }
    } else {
       page += ".SH DESCRIPTION\n" + manual_paragraphs(command->m_description) + ".SH OPTIONS\n";
-      for (const CLI::Option* option : visible_options(*command->m_app)) {
-         page += ".TP\n.B " + troff(option_spelling(*option)) + "\n" + troff(option_description(*option)) + "\n";
+      for (const OPTION_DESCRIPTION& option : visible_options(*command)) {
+         page += ".TP\n.B " + troff(option.spelling()) + "\n" + troff(option.whole_text()) + "\n";
       }
       page += ".SH EXAMPLES\n";
       for (const EXAMPLE& example : command->m_examples) {
@@ -191,24 +189,4 @@ std::string manual_page(const COMMAND_TABLE& table, const COMMAND* command) {
 std::string suggestion(const std::string& word, const std::vector<std::string>& candidates) {
    const std::string nearest = nearest_word(word, candidates);
    return nearest.empty() ? nearest : "; did you mean '" + nearest + "'?";
-}
-
-void limit_choices(CLI::Option* option, const std::vector<std::string>& choices) {
-   option->check(CLI::Validator(
-       [choices](const std::string& word) {
-          if (std::find(choices.begin(), choices.end(), word) != choices.end()) {
-             return std::string();
-          }
-          std::string text = "'" + word + "' is none of";
-          for (const std::string& choice : choices) {
-             text += (&choice == &choices.front() ? " " : ", ") + choice;
-          }
-          return text + suggestion(word, choices);
-       },
-       "", "choices"));
-   std::string names;
-   for (const std::string& choice : choices) {
-      names += (names.empty() ? "" : ", ") + choice;
-   }
-   option->description(option->get_description() + ": " + names);
 }

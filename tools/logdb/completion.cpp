@@ -1,7 +1,5 @@
 #include <memory>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 #include "log_options.h"
 
@@ -17,11 +15,11 @@ std::string joined(const std::vector<std::string>& words) {
 
 std::vector<std::string> option_words(const COMMAND& command) {
    std::vector<std::string> words;
-   for (const CLI::Option* option : visible_options(*command.m_app)) {
-      for (const std::string& name : option->get_snames()) {
+   for (const OPTION_DESCRIPTION& option : visible_options(command)) {
+      for (const std::string& name : option.m_short_names) {
          words.push_back("-" + name);
       }
-      for (const std::string& name : option->get_lnames()) {
+      for (const std::string& name : option.m_long_names) {
          words.push_back("--" + name);
       }
    }
@@ -59,7 +57,7 @@ std::string bash_completion(COMMAND_TABLE& table) {
 }
 
 /// A text between single quotes, for zsh and fish.
-std::string quoted(const std::string& text) {
+std::string shell_quoted(const std::string& text) {
    std::string result = "'";
    for (const char byte : text) {
       result += byte == '\'' ? "'\\''" : std::string(1, byte);
@@ -72,7 +70,7 @@ std::string zsh_completion(COMMAND_TABLE& table) {
                       "   if ((CURRENT == 2)); then\n"
                       "      local -a commands=(\n";
    for (const COMMAND& command : table.commands()) {
-      text += "         " + quoted(command.m_name + ":" + command.m_summary) + "\n";
+      text += "         " + shell_quoted(command.m_name + ":" + command.m_summary) + "\n";
    }
    text += "      )\n"
            "      _describe command commands\n"
@@ -99,17 +97,17 @@ std::string fish_completion(COMMAND_TABLE& table) {
    std::string text = "# fish completion for logdb\n";
    for (const COMMAND& command : table.commands()) {
       text += "complete -c logdb -n __fish_use_subcommand -f -a " + command.m_name + " -d " +
-              quoted(command.m_summary) + "\n";
-      for (const CLI::Option* option : visible_options(*command.m_app)) {
+              shell_quoted(command.m_summary) + "\n";
+      for (const OPTION_DESCRIPTION& option : visible_options(command)) {
          text += "complete -c logdb -n '__fish_seen_subcommand_from " + command.m_name + "'";
-         for (const std::string& name : option->get_snames()) {
+         for (const std::string& name : option.m_short_names) {
             text += " -s " + name;
          }
-         for (const std::string& name : option->get_lnames()) {
+         for (const std::string& name : option.m_long_names) {
             text += " -l " + name;
          }
-         text += std::string(option->get_type_size() == 0 ? "" : " -r") + " -d " +
-                 quoted(option->get_description()) + "\n";
+         text +=
+             std::string(option.m_value_name.empty() ? "" : " -r") + " -d " + shell_quoted(option.m_text) + "\n";
       }
    }
    return text;
@@ -126,7 +124,7 @@ void add_completion(COMMAND_TABLE& table) {
                          {"completion zsh", "for a file _logdb in a folder of $fpath"},
                          {"completion fish", "for ~/.config/fish/completions/logdb.fish"}};
    auto shell = std::make_shared<std::string>();
-   limit_choices(command.m_app->add_option("SHELL", *shell, "The shell")->required(), {"bash", "zsh", "fish"});
+   command.add_option("SHELL", *shell, "The shell").required().one_of({"bash", "zsh", "fish"});
    command.m_run = [shell, &table] {
       OUTPUT output(COLOUR_CHOICE::NEVER);
       output << (*shell == "bash"  ? bash_completion(table)

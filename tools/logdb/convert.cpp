@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <memory>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 #include "database_checker.h"
 #include "fsyn_json.h"
@@ -118,6 +116,10 @@ public:
          }
          walker.take(item);
          if (item.m_offset != end || record_text(*item.m_record) != item.m_bytes) {
+            // What ends a line in place of a line feed, such as a zero byte, is told of with what follows.
+            if (!item.m_bytes.ends_with('\n')) {
+               walker.next();
+            }
             m_reason.refuse_for(item.m_line, "the record is not written as the library writes it");
          }
          end = item.m_offset + item.m_bytes.size();
@@ -379,8 +381,8 @@ void add_convert(COMMAND_TABLE& table) {
                          {"convert top.json -o again.fsyn", "and back"},
                          {"convert top.logdb", "to standard output"}};
    auto options = std::make_shared<CONVERT_OPTIONS>();
-   command.m_app->add_option("FILE", options->m_file, "The log, or the JSON lines")->required();
-   add_result_options(*command.m_app, options->m_result);
-   add_format_option(*command.m_app, options->m_log);
+   command.add_option("FILE", options->m_file, "The log, or the JSON lines").required();
+   add_result_options(command, options->m_result);
+   add_format_option(command, options->m_log);
    command.m_run = [options] { return convert(*options); };
 }

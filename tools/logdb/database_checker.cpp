@@ -4,13 +4,9 @@
 
 #include "database_scanner.h"
 #include "logdb.h"
+#include "text.h"
 
 namespace {
-
-std::string quoted(std::string_view text) {
-   constexpr std::size_t most = 60;
-   return "'" + std::string(text.substr(0, most)) + (text.size() > most ? "...'" : "'");
-}
 
 /// Knows, on the quick way, which lines need no further look.
 class PLAIN_LINES {
@@ -74,7 +70,7 @@ void DATABASE_CHECKER::check_version(const LINE& line) {
    } else if (line.m_text != "v1") {
       split_entry(line.m_text, m_item);
       report(1, line, 0,
-             quoted(line.m_text) + " is taken for the version line" +
+             quoted_text(line.m_text) + " is taken for the version line" +
                  (m_item.m_kind >= 0 && !line.m_text.empty() ? ", and the entry is lost" : ""));
    }
 }
@@ -106,7 +102,7 @@ void DATABASE_CHECKER::check_entry(const LINE& line) {
       report(9, line, text.size() - 1,
              "the line ends in a carriage return, which is taken for a field or its end");
    } else if (text.back() != ',' && line.m_is_ended) {
-      report(10, line, text.size(), "no comma behind " + quoted(text.substr(text.rfind(',') + 1)));
+      report(10, line, text.size(), "no comma behind " + quoted_text(text.substr(text.rfind(',') + 1)));
    }
    if (ends_in_carriage_return && !m_item.m_fields.empty() && m_item.m_fields.back().m_value == "\r") {
       m_item.m_fields.pop_back();
@@ -120,9 +116,9 @@ void DATABASE_CHECKER::check_entry(const LINE& line) {
 void DATABASE_CHECKER::check_kind(const LINE& line) {
    const std::string_view name = line.m_text.substr(0, line.m_text.find(','));
    if (m_item.m_kind < 0) {
-      report(5, line, 0, name.empty() ? "the kind has no name" : quoted(name) + " is no kind");
+      report(5, line, 0, name.empty() ? "the kind has no name" : quoted_text(name) + " is no kind");
    } else if (name != m_item.m_kind_name) {
-      report(6, line, 0, quoted(name) + " is written " + std::string(m_item.m_kind_name));
+      report(6, line, 0, quoted_text(name) + " is written " + std::string(m_item.m_kind_name));
    }
 }
 
@@ -158,15 +154,15 @@ void DATABASE_CHECKER::check_against_root(const LINE& line, const FIELD& field) 
    const std::string_view node = field.m_value;
    const auto column = static_cast<std::size_t>(node.data() - line.m_text.data());
    if (node.size() <= root.size() || !node.starts_with(root)) {
-      report(14, line, column, quoted(node) + " is not below " + quoted(root));
+      report(14, line, column, quoted_text(node) + " is not below " + quoted_text(root));
    } else if (root.empty() && node.front() != '|') {
-      report(17, line, column, quoted(node) + " comes back as " + quoted("|" + std::string(node)));
+      report(17, line, column, quoted_text(node) + " comes back as " + quoted_text("|" + std::string(node)));
    } else if (!root.empty() && root.back() == '|') {
       report(16, line, column, "the root ends in a bar, so the name comes back with one more");
    } else if (node[root.size()] != '|') {
       report(15, line, column,
-             quoted(node) + " begins with the root but is not below it; it comes back as " +
-                 quoted(root + "|" + std::string(node.substr(root.size()))));
+             quoted_text(node) + " begins with the root but is not below it; it comes back as " +
+                 quoted_text(root + "|" + std::string(node.substr(root.size()))));
    }
 }
 

@@ -41,7 +41,7 @@ bool find_masks_16(const char* bytes, std::size_t steps, BYTE_MASKS* masks) {
    __m128i least = _mm_set1_epi8(-1);
    for (std::size_t step = 0; step < steps; ++step) {
       BYTE_MASKS found;
-      for (unsigned part = 0; part < 4; ++part) {
+      for (std::size_t part = 0; part < 4; ++part) {
          const __m128i data =
              _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + step * scan_step + part * 16));
          const __m128i ends =
@@ -62,7 +62,7 @@ __attribute__((target("avx2"))) bool find_masks_32(const char* bytes, std::size_
    __m256i least = _mm256_set1_epi8(-1);
    for (std::size_t step = 0; step < steps; ++step) {
       BYTE_MASKS found;
-      for (unsigned part = 0; part < 2; ++part) {
+      for (std::size_t part = 0; part < 2; ++part) {
          const __m256i data =
              _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes + step * scan_step + part * 32));
          const __m256i ends = _mm256_or_si256(_mm256_cmpeq_epi8(data, comma), _mm256_cmpeq_epi8(data, line_feed));

@@ -5,8 +5,6 @@
 #include <memory>
 #include <unordered_map>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 #include "item_key.h"
 #include "item_printer.h"
@@ -491,21 +489,20 @@ void add_diff(COMMAND_TABLE& table) {
                          {"diff --stat old.fsyn new.fsyn", "how many changes of which kind"},
                          {"diff --first old.fsyn new.fsyn", "the first decision in which the runs part"}};
    auto options = std::make_shared<DIFF_OPTIONS>();
-   CLI::App& app = *command.m_app;
-   app.add_option("A", options->m_left, "The old log")->required();
-   app.add_option("B", options->m_right, "The new log")->required();
-   add_format_option(app, options->m_log);
-   add_colour_option(app, options->m_log);
-   auto* order =
-       app.add_flag("--ignore-order", options->m_ignores_order, "Do not care when something was decided");
-   auto* stat = app.add_flag("--stat", options->m_stat, "Count the differences by kind");
-   app.add_flag("--json", options->m_json,
-                "One JSON object a difference, a kind with --stat, or in all with --first");
-   app.add_flag("--first", options->m_first, "Only where the logs part, with context")
-       ->excludes(stat)
-       ->excludes(order);
-   app.add_option("-C,--context", options->m_context, "How many items --first shows around it")
-       ->type_name("N")
-       ->capture_default_str();
+   command.add_option("A", options->m_left, "The old log").required();
+   command.add_option("B", options->m_right, "The new log").required();
+   add_format_option(command, options->m_log);
+   add_colour_option(command, options->m_log);
+   const OPTION order =
+       command.add_flag("--ignore-order", options->m_ignores_order, "Do not care when something was decided");
+   const OPTION stat = command.add_flag("--stat", options->m_stat, "Count the differences by kind");
+   command.add_flag("--json", options->m_json,
+                    "One JSON object a difference, a kind with --stat, or in all with --first");
+   command.add_flag("--first", options->m_first, "Only where the logs part, with context")
+       .excludes(stat)
+       .excludes(order);
+   command.add_option("-C,--context", options->m_context, "How many items --first shows around it")
+       .value_name("N")
+       .show_default();
    command.m_run = [options] { return diff(*options); };
 }

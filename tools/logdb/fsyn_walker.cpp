@@ -5,15 +5,11 @@
 #include <limits>
 
 #include "logdb_fsyn_database.h"
+#include "text.h"
 
 namespace {
 
 constexpr std::size_t longest_written_line = 4095;
-
-std::string quoted(std::string_view text) {
-   constexpr std::size_t most = 60;
-   return "'" + std::string(text.substr(0, most)) + (text.size() > most ? "...'" : "'");
-}
 
 bool is_number(std::string_view word) {
    word.remove_prefix(word.starts_with('-') ? 1 : 0);
@@ -94,16 +90,17 @@ void FSYN_WALKER::note_unknown_word(std::string_view word) {
    if (place.m_line == m_told_line || m_unknown_words++ != 0) {
       return;
    }
-   m_unknown = {101, place.m_line, place.m_column, 0, quoted(word) + " is no keyword"};
+   m_unknown = {101, place.m_line, place.m_column, 0, quoted_text(word) + " is no keyword"};
    if (word == logdb_fsyn_end_of_file_word) {
       m_unknown.m_rule = 117;
       m_unknown.m_text = "programs read no further than here";
    } else if (word.starts_with("PHYSICAL_SYNTHESIS_LOG_REVISION_NUMBER_")) {
       m_unknown.m_rule = 102;
-      m_unknown.m_text = quoted(word) + " is no revision that I know";
+      m_unknown.m_text = quoted_text(word) + " is no revision that I know";
    } else if (keyword_at_end(word) != std::string_view::npos) {
       m_unknown.m_rule = 126;
-      m_unknown.m_text = quoted(word) + " holds the keyword " + quoted(word.substr(keyword_at_end(word)));
+      m_unknown.m_text =
+          quoted_text(word) + " holds the keyword " + quoted_text(word.substr(keyword_at_end(word)));
    }
 }
 
@@ -153,7 +150,7 @@ void FSYN_WALKER::check_record() {
 }
 
 std::string FSYN_WALKER::label_of(const FIELD_PLACE& place) const {
-   return place.m_name.empty() ? quoted(place.m_fixed_word) : std::string(place.m_name);
+   return place.m_name.empty() ? quoted_text(place.m_fixed_word) : std::string(place.m_name);
 }
 
 std::string FSYN_WALKER::name_of_missing_field() const {
@@ -217,7 +214,7 @@ void FSYN_WALKER::check_lines() {
       return;
    }
    if (!extra.empty() && !is_keyword(extra)) {
-      report(103, m_words.line(), m_words.column(), quoted(extra) + " is a word too many");
+      report(103, m_words.line(), m_words.column(), quoted_text(extra) + " is a word too many");
       m_told_line = m_words.line();
       return;
    }
@@ -225,7 +222,8 @@ void FSYN_WALKER::check_lines() {
       const WORD_PLACE& word = m_words.places()[place.m_word];
       if (place.m_begins_line && !word.m_is_first_on_line) {
          report_word(103, place.m_word,
-                     quoted(m_words.word(place.m_word)) + " is a word too many, and taken for " + label_of(place));
+                     quoted_text(m_words.word(place.m_word)) + " is a word too many, and taken for " +
+                         label_of(place));
          return;
       }
       const bool has_empty_line =
@@ -252,7 +250,8 @@ void FSYN_WALKER::check_place(const FIELD_PLACE& place) {
       check_half(place);
    } else if (place.m_role == WORD_ROLE::FIXED) {
       if (word != place.m_fixed_word) {
-         report_word(123, place.m_word, quoted(word) + " stands in place of " + std::string(place.m_fixed_word));
+         report_word(123, place.m_word,
+                     quoted_text(word) + " stands in place of " + std::string(place.m_fixed_word));
       }
    } else if (place.m_type == FIELD_TYPE::NUMBER) {
       check_number(place, std::numeric_limits<int>::min(), std::numeric_limits<int>::max());
@@ -261,50 +260,50 @@ void FSYN_WALKER::check_place(const FIELD_PLACE& place) {
    } else if (place.m_type == FIELD_TYPE::FLAG) {
       check_number(place, 0, std::numeric_limits<unsigned char>::max());
       if (const long flag = logdb_fsyn_decimal(word.substr(0, 30)); is_number(word) && flag > 1 && flag < 256) {
-         report_word(110, place.m_word, label_of(place) + " is " + quoted(word) + " and reads back as 1");
+         report_word(110, place.m_word, label_of(place) + " is " + quoted_text(word) + " and reads back as 1");
       }
    } else if (place.m_type == FIELD_TYPE::WORD) {
       if (m_words.has_unknown_lut_mode()) {
-         report_word(111, place.m_word, quoted(word) + " is none of NORMAL, SUM and CARRY");
+         report_word(111, place.m_word, quoted_text(word) + " is none of NORMAL, SUM and CARRY");
       }
    } else if (word == logdb_fsyn_end_of_file_word) {
       report_word(118, place.m_word, label_of(place) + " is spelled as the end of the log");
    } else if (keyword_at_end(word) != std::string_view::npos) {
       report_word(126, place.m_word,
-                  label_of(place) + " holds the keyword " + quoted(word.substr(keyword_at_end(word))));
+                  label_of(place) + " holds the keyword " + quoted_text(word.substr(keyword_at_end(word))));
    }
 }
 
 void FSYN_WALKER::check_number(const FIELD_PLACE& place, long least, long most) {
    const std::string_view word = m_words.word(place.m_word);
    if (!is_number(word)) {
-      report_word(108, place.m_word, label_of(place) + " is " + quoted(word) + ", which is no number");
+      report_word(108, place.m_word, label_of(place) + " is " + quoted_text(word) + ", which is no number");
       return;
    }
    long number = 0;
    const std::from_chars_result end = std::from_chars(word.data(), word.data() + word.size(), number);
    if (end.ec != std::errc() || number < least || number > most) {
       report_word(109, place.m_word,
-                  label_of(place) + " is " + quoted(word) + ", outside " + std::to_string(least) + " to " +
+                  label_of(place) + " is " + quoted_text(word) + ", outside " + std::to_string(least) + " to " +
                       std::to_string(most));
    } else if (place.m_name == "chain_type" && number != DB_PAD_TO_CORE) {
-      report_word(113, place.m_word, "the delay chain is " + quoted(word) + " and not 8");
+      report_word(113, place.m_word, "the delay chain is " + quoted_text(word) + " and not 8");
    }
 }
 
 void FSYN_WALKER::check_half(const FIELD_PLACE& place) {
    const std::string_view word = m_words.word(place.m_word);
    if (!is_hexadecimal(word)) {
-      report_word(108, place.m_word, quoted(word) + " is no hexadecimal half of " + label_of(place));
+      report_word(108, place.m_word, quoted_text(word) + " is no hexadecimal half of " + label_of(place));
    } else if (word.size() > 8) {
-      report_word(112, place.m_word, quoted(word) + " has " + std::to_string(word.size()) + " digits");
+      report_word(112, place.m_word, quoted_text(word) + " has " + std::to_string(word.size()) + " digits");
    }
 }
 
 void FSYN_WALKER::check_slot(const FIELD_PLACE& place) {
    const std::string_view word = m_words.word(place.m_word);
    if (!is_number(word)) {
-      report_word(108, place.m_word, "the slot index is " + quoted(word) + ", which is no number");
+      report_word(108, place.m_word, "the slot index is " + quoted_text(word) + ", which is no number");
       return;
    }
    const auto index = static_cast<std::size_t>(static_cast<int>(logdb_fsyn_decimal(word.substr(0, 30))));

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <memory>
 
-#include <CLI/CLI.hpp>
 #include <re2/re2.h>
 
 #include "command.h"
@@ -292,20 +291,18 @@ void add_grep(COMMAND_TABLE& table) {
                          {"grep -c --field 0 '^NOT_PACKED$' top.logdb", "how many registers were not packed"},
                          {"grep --glob 'top|u1|*' top.fsyn", "what is below an instance"}};
    auto options = std::make_shared<GREP_OPTIONS>();
-   CLI::App& app = *command.m_app;
-   app.add_option("PATTERN", options->m_pattern, "What to look for")->required();
-   add_log_options(app, options->m_log);
-   auto* glob = app.add_flag("-g,--glob", options->m_is_glob, "The pattern is a glob for whole fields");
-   app.add_flag("-F,--fixed", options->m_is_fixed, "The pattern stands for itself")->excludes(glob);
-   app.add_option("--field", options->m_fields, "Look in these fields only")
-       ->type_name("FIELD,...")
-       ->delimiter(',')
-       ->allow_extra_args(false);
-   app.add_flag("-i,--ignore-case", options->m_ignores_case, "Take A to Z and a to z as equal");
-   app.add_flag("-v,--invert-match", options->m_is_inverted, "Print what does not match");
-   app.add_flag("-c,--count", options->m_counts, "Print how many match");
-   app.add_flag("-l,--files-with-matches", options->m_lists_files, "Print the names of files with a match");
-   app.add_flag("--json", options->m_json, "One JSON object a match");
+   command.add_option("PATTERN", options->m_pattern, "What to look for").required();
+   add_log_options(command, options->m_log);
+   const OPTION glob = command.add_flag("-g,--glob", options->m_is_glob, "The pattern is a glob for whole fields");
+   command.add_flag("-F,--fixed", options->m_is_fixed, "The pattern stands for itself").excludes(glob);
+   command.add_option("--field", options->m_fields, "Look in these fields only")
+       .value_name("FIELD,...")
+       .comma_separated();
+   command.add_flag("-i,--ignore-case", options->m_ignores_case, "Take A to Z and a to z as equal");
+   command.add_flag("-v,--invert-match", options->m_is_inverted, "Print what does not match");
+   command.add_flag("-c,--count", options->m_counts, "Print how many match");
+   command.add_flag("-l,--files-with-matches", options->m_lists_files, "Print the names of files with a match");
+   command.add_flag("--json", options->m_json, "One JSON object a match");
    command.m_run = [options] {
       check_field_names("--field", options->m_fields, {"kind", "node"});
       return GREP(*options).search_all();

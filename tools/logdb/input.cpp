@@ -20,7 +20,7 @@
 
 namespace {
 
-constexpr std::size_t block_size = std::size_t{1} << 17U;
+constexpr std::size_t input_block = std::size_t{1} << 17U;
 constexpr std::size_t longest_signature = 6;
 
 /// A file descriptor, and the bytes of it that were looked at already.
@@ -106,7 +106,7 @@ private:
 class COMPRESSED_INPUT : public INPUT {
 public:
    explicit COMPRESSED_INPUT(std::unique_ptr<PLAIN_INPUT> packed)
-       : m_packed(std::move(packed)), m_block(block_size), m_archive(archive_read_new()) {
+       : m_packed(std::move(packed)), m_block(input_block), m_archive(archive_read_new()) {
       archive_read_support_filter_all(m_archive);
       archive_read_support_format_raw(m_archive);
       archive_entry* entry = nullptr;
@@ -253,7 +253,7 @@ void REREADABLE::keep(INPUT& input) {
    }
    // It goes away with the process, however that ends.
    ::unlink(name.c_str());
-   std::vector<char> block(block_size);
+   std::vector<char> block(input_block);
    for (std::size_t size = input.read(block.data(), block.size()); size != 0;
         size = input.read(block.data(), block.size())) {
       for (std::size_t written = 0; written < size;) {
@@ -294,13 +294,13 @@ void INPUT_WINDOW::make_room() {
    if (m_begin == m_end) {
       m_begin = m_end = 0;
    }
-   if (m_capacity - m_end >= block_size / 2) {
+   if (m_capacity - m_end >= input_block / 2) {
       return;
    }
    if (m_capacity != 0 && m_begin >= m_capacity / 2) {
       std::memmove(m_buffer.get(), begin(), size());
    } else {
-      const std::size_t capacity = std::max(2 * block_size, 2 * m_capacity);
+      const std::size_t capacity = std::max(2 * input_block, 2 * m_capacity);
       auto buffer = std::make_unique_for_overwrite<char[]>(capacity);
       if (size() != 0) {
          std::memcpy(buffer.get(), begin(), size());

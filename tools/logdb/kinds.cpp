@@ -1,6 +1,5 @@
 #include <memory>
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "command.h"
@@ -202,10 +201,10 @@ void add_kinds(COMMAND_TABLE& table) {
                          {"kinds 'SET_*'", "the kinds that set something"},
                          {"kinds --as logdb --json-schema", "a schema for the entries of databases"}};
    auto options = std::make_shared<KINDS_OPTIONS>();
-   command.m_app->add_option("KIND", options->m_kinds, "Only these kinds; * and ? match as in a shell");
-   add_format_option(*command.m_app, options->m_log);
-   add_colour_option(*command.m_app, options->m_log);
-   auto* json = command.m_app->add_flag("--json", options->m_json, "One JSON object a line");
-   command.m_app->add_flag("--json-schema", options->m_json_schema, "A JSON Schema")->excludes(json);
+   command.add_option("KIND", options->m_kinds, "Only these kinds; * and ? match as in a shell");
+   add_format_option(command, options->m_log);
+   add_colour_option(command, options->m_log);
+   const OPTION json = command.add_flag("--json", options->m_json, "One JSON object a line");
+   command.add_flag("--json-schema", options->m_json_schema, "A JSON Schema").excludes(json);
    command.m_run = [options] { return kinds(*options); };
 }

@@ -68,7 +68,7 @@ public:
 
    /// \name The same in parts
    /// @{
-   void add_kind(int kind) { ++m_kinds[static_cast<std::size_t>(kind + 1)]; }
+   void add_kind(int kind) { ++m_kinds[place_of(kind)]; }
    void add_node(std::string_view node, std::size_t depth) {
       m_names.add(node.size());
       ++m_depths[depth < m_depths.size() ? depth : m_depths.size() - 1];
@@ -81,7 +81,7 @@ public:
 
    LOG_FORMAT format() const { return m_format; }
    std::uint64_t items() const { return m_sizes.count(); }
-   std::uint64_t kind_count(int kind) const { return m_kinds[static_cast<std::size_t>(kind + 1)]; }
+   std::uint64_t kind_count(int kind) const { return m_kinds[place_of(kind)]; }
    std::uint64_t phase_count(PHASE phase) const { return m_phases[static_cast<std::size_t>(phase)]; }
    const std::array<std::uint64_t, 64>& depths() const { return m_depths; }
    const LENGTHS& names() const { return m_names; }
@@ -90,6 +90,12 @@ public:
    const GROUPING& grouping() const { return m_grouping; }
 
 private:
+   // An unknown kind is -1.
+   static std::size_t place_of(int kind) {
+      const int place = kind + 1;
+      return static_cast<std::size_t>(place);
+   }
+
    void add_to_group(std::string_view node);
 
    LOG_FORMAT m_format;

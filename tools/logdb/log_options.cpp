@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <exception>
 
-#include <CLI/CLI.hpp>
 #include <unistd.h>
 
 #include "command.h"
@@ -99,39 +98,39 @@ std::vector<std::string> LOG_OPTIONS::paths() const {
    return paths;
 }
 
-void add_format_option(CLI::App& app, LOG_OPTIONS& options) {
-   limit_choices(app.add_option("--as", options.m_format, "What the files are, instead of what they look like")
-                     ->type_name("FORMAT"),
-                 {"logdb", "fsyn"});
+void add_format_option(COMMAND& command, LOG_OPTIONS& options) {
+   command.add_option("--as", options.m_format, "What the files are, instead of what they look like")
+       .value_name("FORMAT")
+       .one_of({"logdb", "fsyn"});
 }
 
-void add_colour_option(CLI::App& app, LOG_OPTIONS& options) {
-   limit_choices(app.add_option("--color,--colour", options.m_colour, "When to use colour")
-                     ->type_name("WHEN")
-                     ->capture_default_str(),
-                 {"auto", "always", "never"});
+void add_colour_option(COMMAND& command, LOG_OPTIONS& options) {
+   command.add_option("--color,--colour", options.m_colour, "When to use colour")
+       .value_name("WHEN")
+       .show_default()
+       .one_of({"auto", "always", "never"});
 }
 
-void add_log_options(CLI::App& app, LOG_OPTIONS& options) {
-   app.add_option("FILE", options.m_files, "The logs; - is standard input")->required();
-   app.add_flag("-r,--recursive", options.m_is_recursive, "Take all files in folders");
-   add_format_option(app, options);
-   add_colour_option(app, options);
+void add_log_options(COMMAND& command, LOG_OPTIONS& options) {
+   command.add_option("FILE", options.m_files, "The logs; - is standard input").required();
+   command.add_flag("-r,--recursive", options.m_is_recursive, "Take all files in folders");
+   add_format_option(command, options);
+   add_colour_option(command, options);
 }
 
-void add_selection_options(CLI::App& app, SELECTION& selection, const std::string& node) {
-   app.add_option("-k,--kind", selection.m_kinds, "Only these kinds, for example REGISTER_PACKING or 'SET_*'")
-       ->type_name("KIND,...")
-       ->delimiter(',')
-       ->allow_extra_args(false);
-   app.add_option(node, selection.m_nodes,
-                  "Only what is about a node that matches, in any of its fields; * and ? match as in a shell")
-       ->type_name("GLOB")
-       ->allow_extra_args(false);
-   app.add_option("--range", selection.m_range, "Only these numbers: A:B, A: or :B, from 1")->type_name("A:B");
-   limit_choices(
-       app.add_option("--phase", selection.m_phase, "Only what was done in this phase")->type_name("PHASE"),
-       {"pre", "post"});
+void add_selection_options(COMMAND& command, SELECTION& selection, const std::string& node) {
+   command.add_option("-k,--kind", selection.m_kinds, "Only these kinds, for example REGISTER_PACKING or 'SET_*'")
+       .value_name("KIND,...")
+       .comma_separated();
+   command
+       .add_option(node, selection.m_nodes,
+                   "Only what is about a node that matches, in any of its fields; * and ? match as in a shell")
+       .value_name("GLOB")
+       .one_at_a_time();
+   command.add_option("--range", selection.m_range, "Only these numbers: A:B, A: or :B, from 1").value_name("A:B");
+   command.add_option("--phase", selection.m_phase, "Only what was done in this phase")
+       .value_name("PHASE")
+       .one_of({"pre", "post"});
 }
 
 void SELECTION::prepare() {
@@ -234,7 +233,11 @@ STATUS for_each_item(const LOG_OPTIONS& options, const std::function<bool(LOG_RE
    STATUS status = STATUS::FINE;
    for (const std::string& path : options.paths()) {
       try {
-         status = worse(status, for_each_item(*open_log(path, options.format()), action));
+         const std::unique_ptr<LOG_READER> reader = open_log(path, options.format());
+         if (reader->format() == LOG_FORMAT::DATABASE && !options.m_takes_databases) {
+            throw TOOL_ERROR(STATUS::INPUT, reader->name() + ": is no physical-synthesis log");
+         }
+         status = worse(status, for_each_item(*reader, action));
       } catch (const TOOL_ERROR& error) {
          if (error.m_status != STATUS::INPUT) {
             throw;

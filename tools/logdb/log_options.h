@@ -10,9 +10,7 @@
 #include "output.h"
 #include "status.h"
 
-namespace CLI {
-class App;
-}
+struct COMMAND;
 
 /// \file
 /// What the commands that read logs have in common.
@@ -23,6 +21,7 @@ struct LOG_OPTIONS {
    bool m_is_recursive = false;
    std::string m_format;
    std::string m_colour = "auto";
+   bool m_takes_databases = true;
 
    std::optional<LOG_FORMAT> format() const;
    COLOUR_CHOICE colour() const;
@@ -32,11 +31,11 @@ struct LOG_OPTIONS {
 };
 
 /// Adds FILE... and the options --recursive, --as and --color.
-void add_log_options(CLI::App& app, LOG_OPTIONS& options);
+void add_log_options(COMMAND& command, LOG_OPTIONS& options);
 
 /// Adds --as and --color alone.
-void add_format_option(CLI::App& app, LOG_OPTIONS& options);
-void add_colour_option(CLI::App& app, LOG_OPTIONS& options);
+void add_format_option(COMMAND& command, LOG_OPTIONS& options);
+void add_colour_option(COMMAND& command, LOG_OPTIONS& options);
 
 /// Which items are wanted.
 struct SELECTION {
@@ -64,7 +63,7 @@ private:
 /// Adds --kind, --node, --range and --phase.
 ///
 /// \param node  how --node is spelled
-void add_selection_options(CLI::App& app, SELECTION& selection, const std::string& node = "-n,--node");
+void add_selection_options(COMMAND& command, SELECTION& selection, const std::string& node = "-n,--node");
 
 /// Tells on standard error. Everything that is not data goes this way.
 void tell(const std::string& text);

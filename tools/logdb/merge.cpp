@@ -4,8 +4,6 @@
 #include <unordered_map>
 #include <utility>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 #include "item_key.h"
 #include "item_printer.h"
@@ -166,11 +164,11 @@ void add_merge(COMMAND_TABLE& table) {
                          {"merge --on-conflict last old.logdb new.logdb", "new decisions over old ones"},
                          {"merge old.fsyn new.fsyn -o all.fsyn", "two runs as one log"}};
    auto options = std::make_shared<MERGE_OPTIONS>();
-   add_log_options(*command.m_app, options->m_log);
-   add_result_options(*command.m_app, options->m_result);
-   limit_choices(command.m_app->add_option("--on-conflict", options->m_on_conflict, "What two decisions give")
-                     ->type_name("WHAT")
-                     ->capture_default_str(),
-                 {"fail", "first", "last", "all"});
+   add_log_options(command, options->m_log);
+   add_result_options(command, options->m_result);
+   command.add_option("--on-conflict", options->m_on_conflict, "What two decisions give")
+       .value_name("WHAT")
+       .show_default()
+       .one_of({"fail", "first", "last", "all"});
    command.m_run = [options] { return MERGE(*options).run(); };
 }

@@ -22,7 +22,7 @@
 
 namespace {
 
-constexpr std::size_t block_size = std::size_t{1} << 16U;
+constexpr std::size_t output_block = std::size_t{1} << 16U;
 
 void write_all(int file, std::string_view bytes, const std::string& name) {
    while (!bytes.empty()) {
@@ -76,7 +76,7 @@ class BLOCK_SINK : public SINK {
 public:
    void write(std::string_view bytes) override {
       m_buffer += bytes;
-      if (m_buffer.size() >= block_size) {
+      if (m_buffer.size() >= output_block) {
          finish();
       }
    }
@@ -230,7 +230,7 @@ public:
 
    void write(std::string_view bytes) override {
       m_buffer += bytes;
-      if (m_buffer.size() >= block_size) {
+      if (m_buffer.size() >= output_block) {
          flush();
       }
    }
@@ -306,7 +306,7 @@ public:
 
    void write(std::string_view bytes) override {
       m_pending += bytes;
-      if (m_pending.size() >= block_size) {
+      if (m_pending.size() >= output_block) {
          compress(Z_NO_FLUSH);
       }
    }
@@ -338,7 +338,7 @@ private:
    z_stream m_stream = {};
    bool m_is_finished = false;
    std::string m_pending;
-   std::string m_block = std::string(block_size, '\0');
+   std::string m_block = std::string(output_block, '\0');
 };
 
 class ZSTD_SINK : public SINK {
@@ -382,7 +382,7 @@ private:
    std::unique_ptr<SINK> m_next;
    bool m_is_finished = false;
    ZSTD_CCtx* m_context;
-   std::string m_block = std::string(block_size, '\0');
+   std::string m_block = std::string(output_block, '\0');
 };
 
 } // namespace
@@ -402,7 +402,7 @@ OUTPUT::OUTPUT(COLOUR_CHOICE choice)
     : m_is_terminal(::isatty(STDOUT_FILENO) == 1),
       m_has_colour(choice == COLOUR_CHOICE::ALWAYS ||
                    (choice == COLOUR_CHOICE::AUTO && m_is_terminal && environment_allows_colour())) {
-   m_limit = m_is_terminal ? 1 << 12U : block_size;
+   m_limit = m_is_terminal ? 1 << 12U : output_block;
    winsize size = {};
    if (m_is_terminal && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 20) {
       m_width = size.ws_col;

@@ -10,14 +10,14 @@
 
 namespace {
 constexpr std::chrono::milliseconds patience{1000};
-constexpr std::chrono::milliseconds interval{100};
+constexpr std::chrono::milliseconds redraw_interval{100};
 constexpr std::size_t bar_width = 24;
 } // namespace
 
 PROGRESS* PROGRESS::m_shown = nullptr;
 bool PROGRESS::m_is_silenced = false;
 
-PROGRESS::PROGRESS(std::string name, std::uint64_t size)
+PROGRESS::PROGRESS(std::string_view name, std::uint64_t size)
     : m_name(escaped_for_terminal(name)), m_size(size), m_is_wanted(::isatty(STDERR_FILENO) == 1),
       m_begin(CLOCK::now()), m_next(m_begin + patience) {}
 
@@ -47,7 +47,7 @@ void PROGRESS::advance(std::uint64_t bytes) {
    }
    const CLOCK::time_point now = CLOCK::now();
    if (now >= m_next) {
-      m_next = now + interval;
+      m_next = now + redraw_interval;
       show(now);
    }
 }

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 /// A line on standard error that tells how far the reading of a file is: only on a terminal, and only when it
 /// takes longer than a second.
@@ -16,7 +17,7 @@ public:
    static void silence();
 
    /// \param size  the bytes to come; 0 when nobody knows
-   PROGRESS(std::string name, std::uint64_t size);
+   PROGRESS(std::string_view name, std::uint64_t size);
    ~PROGRESS();
    PROGRESS(const PROGRESS&) = delete;
    PROGRESS& operator=(const PROGRESS&) = delete;

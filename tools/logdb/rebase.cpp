@@ -1,7 +1,5 @@
 #include <memory>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 #include "line_source.h"
 #include "log_options.h"
@@ -42,8 +40,8 @@ public:
          sink->write(version_line);
       }
       // Nothing may go wrong any more when the result has its name.
-      const std::string message = grouped(m_moved) + " names moved, " + grouped(m_kept) + " were not below '" +
-                                  m_options.m_from + "' and stay";
+      const std::string message = counted(m_moved, "name", "names") + " moved, " + grouped(m_kept) +
+                                  " were not below '" + m_options.m_from + "' and stay";
       sink->close();
       tell(message);
       return STATUS::FINE;
@@ -82,11 +80,15 @@ private:
          result += node;
          return false;
       }
-      std::string_view rest = node.substr(from.size());
-      rest.remove_prefix(rest.starts_with('|') ? 1 : 0);
       result += to;
-      result += to.empty() || (rest.empty() && !from.empty()) ? "" : "|";
-      result += rest;
+      if (from.empty()) {
+         // As the library does it for a relative file: also a name that begins with a bar gets another.
+         result += to.empty() ? "" : "|";
+         result += node;
+      } else {
+         // What is left of the name begins with the bar.
+         result += node.substr(from.size() + (to.empty() ? 1 : 0));
+      }
       return true;
    }
 
@@ -164,11 +166,11 @@ void add_rebase(COMMAND_TABLE& table) {
    COMMAND& command = table.add("rebase", "Move node names from one partition root to another");
    command.m_description =
        "Writes a log in which every node that is the root R1, or lies below it, lies at the same place below R2. "
-       "Names"
-       " are cut at levels of the hierarchy only: top|u1x is not below top|u1. Other names stay, and so do the "
-       "other "
-       "bytes of entries and records. An"
-       " empty R1 puts R2 in front of every name, as relative files need it; an empty R2 takes R1 off.\n"
+       "Names are cut at levels of the hierarchy only: top|u1x is not below top|u1. Other names stay, and so do "
+       "the "
+       "other bytes of entries and records. An empty R1 puts R2 in front of every name, as relative files need "
+       "it; "
+       "an empty R2 takes R1 off. A damaged log is refused, and so is a database without a byte.\n"
        "Needs the memory of one record.";
    command.m_examples = {
        {"rebase --from 'top|u1' --to 'chip|core_3' top.logdb -o core_3.logdb",
@@ -176,11 +178,10 @@ void add_rebase(COMMAND_TABLE& table) {
        {"rebase --from '' --to 'top|u1' part.logdb", "make the names of a relative file full ones"},
        {"rebase --from 'top' --to '' top.fsyn", "the reverse: take the root off"}};
    auto options = std::make_shared<REBASE_OPTIONS>();
-   CLI::App& app = *command.m_app;
-   app.add_option("FILE", options->m_file, "The log")->required();
-   app.add_option("--from", options->m_from, "Where names are now; may be empty")->type_name("R1")->required();
-   app.add_option("--to", options->m_to, "Where they are to be; may be empty")->type_name("R2")->required();
-   add_result_options(app, options->m_result);
-   add_format_option(app, options->m_log);
+   command.add_option("FILE", options->m_file, "The log").required();
+   command.add_option("--from", options->m_from, "Where names are now; may be empty").value_name("R1").required();
+   command.add_option("--to", options->m_to, "Where they are to be; may be empty").value_name("R2").required();
+   add_result_options(command, options->m_result);
+   add_format_option(command, options->m_log);
    command.m_run = [options] { return REBASE(*options).run(); };
 }

@@ -1,7 +1,6 @@
 #include "rewriting.h"
 
-#include <CLI/CLI.hpp>
-
+#include "command.h"
 #include "database_checker.h"
 #include "line_source.h"
 #include "log_reader.h"
@@ -47,6 +46,9 @@ void walk_database(INPUT& input, const std::function<void(const WHOLE_ITEM&)>& t
       item.m_bytes = {line.m_text.data(), line.m_text.size() + 1};
       take({item, nullptr});
    }
+   if (lines.count() == 0) {
+      checker.check_version({"", 0, 0, 1, false});
+   }
 }
 
 void walk_log(INPUT& input, const std::function<void(const WHOLE_ITEM&)>& take, const FINDING_SINK& drop) {
@@ -69,12 +71,12 @@ void walk_log(INPUT& input, const std::function<void(const WHOLE_ITEM&)>& take, 
 
 } // namespace
 
-void add_result_options(CLI::App& app, RESULT_OPTIONS& options) {
-   app.add_option("-o,--output", options.m_path, "Where to write; compressed when it ends in .gz or .zst")
-       ->type_name("FILE")
-       ->capture_default_str();
-   app.add_flag("--in-place", options.m_in_place,
-                "Allow the output to take the place of an input; without --output, that of the input");
+void add_result_options(COMMAND& command, RESULT_OPTIONS& options) {
+   command.add_option("-o,--output", options.m_path, "Where to write; compressed when it ends in .gz or .zst")
+       .value_name("FILE")
+       .show_default();
+   command.add_flag("--in-place", options.m_in_place,
+                    "Allow the output to take the place of an input; without --output, that of the input");
 }
 
 std::unique_ptr<SINK> open_result(const RESULT_OPTIONS& options, const std::vector<std::string>& inputs) {

@@ -12,9 +12,7 @@
 #include "output.h"
 #include "rules.h"
 
-namespace CLI {
-class App;
-}
+struct COMMAND;
 
 /// \file
 /// What the commands that write logs have in common. They copy the bytes of what they keep, so that nothing changes
@@ -26,7 +24,7 @@ struct RESULT_OPTIONS {
    bool m_in_place = false;
 };
 
-void add_result_options(CLI::App& app, RESULT_OPTIONS& options);
+void add_result_options(COMMAND& command, RESULT_OPTIONS& options);
 
 /// Opens the result of a command with these inputs. Nothing but --in-place means the input.
 std::unique_ptr<SINK> open_result(const RESULT_OPTIONS& options, const std::vector<std::string>& inputs);

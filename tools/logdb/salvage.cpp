@@ -1,7 +1,5 @@
 #include <memory>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 #include "json.h"
 #include "log_options.h"
@@ -83,23 +81,22 @@ STATUS salvage(const SALVAGE_OPTIONS& options) {
 
 void add_salvage(COMMAND_TABLE& table) {
    COMMAND& command = table.add("salvage", "Save what is whole of a damaged log");
-   command.m_description = "Copies every whole entry or record of a log, byte by byte, and tells on standard "
-                           "error what was wrong and left"
-                           " out. Of a compressed file that breaks off, what can be unpacked counts. The input is "
-                           "never touched. Entries of unknown kinds and records that are sound "
-                           "but for a warning are"
-                           " kept. The status is 1 when anything was wrong.\n"
-                           "Needs the memory of one record.";
+   command.m_description =
+       "Copies every whole entry or record of a log, byte by byte, and tells on standard error what was wrong and "
+       "left out. Of a compressed file that breaks off, what can be unpacked counts. The input is never touched. "
+       "Entries of unknown kinds and records that are sound but for a warning are kept. The status is 1 when "
+       "anything was wrong; a database without a byte lacks its version line, which it gets.\n"
+       "Needs the memory of one record.";
    command.m_examples = {{"salvage damaged.fsyn -o whole.fsyn", "what can be saved of a log that was cut"},
                          {"salvage damaged.logdb -o whole.logdb.gz", "the same of a database, compressed"},
                          {"salvage damaged.fsyn", "the same to standard output"}};
    auto options = std::make_shared<SALVAGE_OPTIONS>();
-   command.m_app->add_option("FILE", options->m_file, "The damaged log")->required();
-   command.m_app
-       ->add_option("-o,--output", options->m_result.m_path,
-                    "Where to write; compressed when it ends in .gz or .zst")
-       ->type_name("FILE")
-       ->capture_default_str();
-   add_format_option(*command.m_app, options->m_log);
+   command.add_option("FILE", options->m_file, "The damaged log").required();
+   command
+       .add_option("-o,--output", options->m_result.m_path,
+                   "Where to write; compressed when it ends in .gz or .zst")
+       .value_name("FILE")
+       .show_default();
+   add_format_option(command, options->m_log);
    command.m_run = [options] { return salvage(*options); };
 }

@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <memory>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 #include "item_printer.h"
 #include "json.h"
@@ -263,13 +261,12 @@ void add_show(COMMAND_TABLE& table) {
                          {"show --node 'top|u1*' --json top.logdb top.fsyn", "all about one instance, for jq"},
                          {"show --kind 'SET_*' --fields number,kind,node top.fsyn", "three columns"}};
    auto options = std::make_shared<SHOW_OPTIONS>();
-   add_log_options(*command.m_app, options->m_log);
-   add_selection_options(*command.m_app, options->m_selection);
-   command.m_app->add_option("--fields", options->m_fields, "Only these fields, in this order")
-       ->type_name("FIELD,...")
-       ->delimiter(',')
-       ->allow_extra_args(false);
-   auto* json = command.m_app->add_flag("--json", options->m_json, "One JSON object a line");
-   command.m_app->add_flag("--csv", options->m_csv, "Comma-separated values with a header")->excludes(json);
+   add_log_options(command, options->m_log);
+   add_selection_options(command, options->m_selection);
+   command.add_option("--fields", options->m_fields, "Only these fields, in this order")
+       .value_name("FIELD,...")
+       .comma_separated();
+   const OPTION json = command.add_flag("--json", options->m_json, "One JSON object a line");
+   command.add_flag("--csv", options->m_csv, "Comma-separated values with a header").excludes(json);
    command.m_run = [options] { return show(*options); };
 }

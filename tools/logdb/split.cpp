@@ -7,8 +7,6 @@
 #include <system_error>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 #include "log_options.h"
 #include "rewriting.h"
@@ -181,17 +179,16 @@ void add_split(COMMAND_TABLE& table) {
                          {"split --by partition --levels 2 top.logdb -d parts", "a database an instance"},
                          {"split --by phase top.fsyn -d parts", "what was changed before and after placement"}};
    auto options = std::make_shared<SPLIT_OPTIONS>();
-   CLI::App& app = *command.m_app;
-   app.add_option("FILE", options->m_file, "The log")->required();
-   limit_choices(app.add_option("--by", options->m_by, "What a file is for")->type_name("WHAT")->required(),
-                 {"kind", "partition", "phase"});
-   app.add_option("-d,--directory", options->m_folder, "Where to write")
-       ->type_name("FOLDER")
-       ->capture_default_str();
-   app.add_option("--levels", options->m_levels, "How many levels of the hierarchy make a partition")
-       ->type_name("N")
-       ->capture_default_str()
-       ->check(CLI::PositiveNumber);
-   add_format_option(app, options->m_log);
+   command.add_option("FILE", options->m_file, "The log").required();
+   command.add_option("--by", options->m_by, "What a file is for")
+       .value_name("WHAT")
+       .required()
+       .one_of({"kind", "partition", "phase"});
+   command.add_option("-d,--directory", options->m_folder, "Where to write").value_name("FOLDER").show_default();
+   command.add_option("--levels", options->m_levels, "How many levels of the hierarchy make a partition")
+       .value_name("N")
+       .show_default()
+       .positive();
+   add_format_option(command, options->m_log);
    command.m_run = [options] { return SPLIT(*options).run(); };
 }

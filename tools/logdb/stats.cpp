@@ -3,8 +3,6 @@
 #include <map>
 #include <memory>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 #include "database_scanner.h"
 #include "json.h"
@@ -351,12 +349,9 @@ void add_stats(COMMAND_TABLE& table) {
                          {"stats --by depth:2 top.logdb", "which instances the decisions are about"},
                          {"stats --by node --top 3 --json top.fsyn", "the nodes that were touched most often"}};
    auto options = std::make_shared<STATS_OPTIONS>();
-   add_log_options(*command.m_app, options->m_log);
-   command.m_app->add_option("--by", options->m_by, "Only this count: kind, phase, node or depth:N")
-       ->type_name("WHAT");
-   command.m_app->add_option("--top", options->m_top, "How many nodes or subtrees")
-       ->type_name("N")
-       ->capture_default_str();
-   command.m_app->add_flag("--json", options->m_json, "One JSON object a format");
+   add_log_options(command, options->m_log);
+   command.add_option("--by", options->m_by, "Only this count: kind, phase, node or depth:N").value_name("WHAT");
+   command.add_option("--top", options->m_top, "How many nodes or subtrees").value_name("N").show_default();
+   command.add_flag("--json", options->m_json, "One JSON object a format");
    command.m_run = [options] { return stats(*options); };
 }

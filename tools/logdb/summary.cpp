@@ -4,8 +4,6 @@
 #include <memory>
 #include <unordered_map>
 
-#include <CLI/CLI.hpp>
-
 #include "command.h"
 #include "json.h"
 #include "log_options.h"
@@ -218,10 +216,7 @@ void print_json(OUTPUT& output, const SUMMARY_OPTIONS& options, const NET_EFFECT
 STATUS summary(SUMMARY_OPTIONS& options) {
    OUTPUT output(options.m_log.colour());
    NET_EFFECT effect;
-   const STATUS status = for_each_item(options.m_log, [&effect](const LOG_READER& reader, const LOG_ITEM& item) {
-      if (reader.format() != LOG_FORMAT::FSYN) {
-         throw TOOL_ERROR(STATUS::INPUT, reader.name() + ": is no physical-synthesis log");
-      }
+   const STATUS status = for_each_item(options.m_log, [&effect](const LOG_READER&, const LOG_ITEM& item) {
       effect.take(item);
       return true;
    });
@@ -251,8 +246,9 @@ void add_summary(COMMAND_TABLE& table) {
                          {"summary --list top.fsyn", "the same with the names of the atoms"},
                          {"summary --json top.fsyn", "the same for a script"}};
    auto options = std::make_shared<SUMMARY_OPTIONS>();
-   add_log_options(*command.m_app, options->m_log);
-   command.m_app->add_flag("--list", options->m_list, "Name the atoms");
-   command.m_app->add_flag("--json", options->m_json, "One JSON object");
+   options->m_log.m_takes_databases = false;
+   add_log_options(command, options->m_log);
+   command.add_flag("--list", options->m_list, "Name the atoms");
+   command.add_flag("--json", options->m_json, "One JSON object");
    command.m_run = [options] { return summary(*options); };
 }

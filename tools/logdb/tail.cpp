@@ -3,7 +3,6 @@
 #include <memory>
 #include <thread>
 
-#include <CLI/CLI.hpp>
 #include <poll.h>
 #include <sys/stat.h>
 
@@ -27,7 +26,7 @@ struct TAIL_OPTIONS {
    bool m_json = false;
 };
 
-constexpr std::chrono::milliseconds interval{100};
+constexpr std::chrono::milliseconds poll_interval{100};
 
 /// Whether nobody reads standard output any more.
 bool is_output_closed() {
@@ -56,7 +55,7 @@ public:
          return STATUS::FINDINGS;
       }
       while (m_options.m_follows && !m_has_ended && !is_output_closed()) {
-         std::this_thread::sleep_for(interval);
+         std::this_thread::sleep_for(poll_interval);
          follow();
          m_words->begin_record_again();
          while (next()) {
@@ -230,15 +229,14 @@ void add_tail(COMMAND_TABLE& table) {
                          {"tail -f top.fsyn", "the same, and what is changed from now on"},
                          {"tail --kind DELETE_ATOM --json top.fsyn", "the last deletions, for a script"}};
    auto options = std::make_shared<TAIL_OPTIONS>();
-   CLI::App& app = *command.m_app;
-   app.add_option("FILE", options->m_file, "The log")->required();
-   app.add_flag("-f,--follow", options->m_follows, "Go on while the log is written");
-   app.add_option("-n,-c,--count", options->m_count, "How many records to begin with")
-       ->type_name("N")
-       ->capture_default_str();
+   command.add_option("FILE", options->m_file, "The log").required();
+   command.add_flag("-f,--follow", options->m_follows, "Go on while the log is written");
+   command.add_option("-n,-c,--count", options->m_count, "How many records to begin with")
+       .value_name("N")
+       .show_default();
    // Elsewhere -n is for nodes; here fingers know it for a number.
-   add_selection_options(app, options->m_selection, "--node");
-   add_colour_option(app, options->m_log);
-   app.add_flag("--json", options->m_json, "One JSON object a line");
+   add_selection_options(command, options->m_selection, "--node");
+   add_colour_option(command, options->m_log);
+   command.add_flag("--json", options->m_json, "One JSON object a line");
    command.m_run = [options] { return TAIL(*options).run(); };
 }

@@ -128,6 +128,11 @@ std::string escaped_for_terminal(std::string_view text) {
    return escaped;
 }
 
+std::string quoted_text(std::string_view text) {
+   constexpr std::size_t most = 60;
+   return "'" + std::string(text.substr(0, most)) + (text.size() > most ? "...'" : "'");
+}
+
 std::size_t display_width(std::string_view text) {
    return static_cast<std::size_t>(std::count_if(
        text.begin(), text.end(), [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80; }));

@@ -17,6 +17,9 @@ std::size_t utf8_length(std::string_view text);
 /// and a backslash becomes two, so that nothing looks like what it is not.
 std::string escaped_for_terminal(std::string_view text);
 
+/// The beginning of a text between quotes, for messages: nobody reads a word of a thousand letters.
+std::string quoted_text(std::string_view text);
+
 /// How many columns a text takes, one a character.
 std::size_t display_width(std::string_view text);
 

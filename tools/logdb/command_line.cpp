@@ -1,0 +1,108 @@
+#include "command.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include <CLI/CLI.hpp>
+
+#include "log_options.h"
+
+namespace {
+
+void print(const std::string& text) {
+   OUTPUT output(COLOUR_CHOICE::NEVER);
+   output << text;
+   output.flush();
+}
+
+std::vector<std::string> option_names(const CLI::App& app) {
+   std::vector<std::string> names;
+   for (const CLI::Option* option : app.get_options()) {
+      for (const std::string& name : option->get_lnames()) {
+         names.push_back("--" + name);
+      }
+   }
+   return names;
+}
+
+/// What is wrong with a command line, and the word that was perhaps meant.
+std::string usage_complaint(const COMMAND& command, const std::vector<std::string>& arguments,
+                            const std::string& what) {
+   const std::vector<std::string> known = option_names(*command.m_app);
+   for (const std::string& argument : arguments) {
+      if (argument == "--") {
+         break;
+      }
+      const std::string name = argument.substr(0, argument.find('='));
+      if (name.starts_with("--") && name.size() > 2 &&
+          std::find(known.begin(), known.end(), name) == known.end()) {
+         return "there is no option " + name + suggestion(name, known);
+      }
+   }
+   return what;
+}
+
+std::string unknown_command(const std::string& word, const COMMAND_TABLE& table) {
+   if (word.starts_with("-")) {
+      return "there is no option " + word + suggestion(word, {"--help", "--version", "--manual"});
+   }
+   return "there is no command '" + word + "'" + suggestion(word, table.names());
+}
+
+} // namespace
+
+STATUS run_command(COMMAND& command, std::vector<std::string> arguments) {
+   const std::vector<std::string> given = arguments;
+   try {
+      std::reverse(arguments.begin(), arguments.end());
+      command.m_app->parse(arguments);
+   } catch (const CLI::CallForHelp&) {
+      print(help_text(command));
+      return STATUS::FINE;
+   } catch (const CLI::ParseError& error) {
+      tell(command.m_name + ": " + usage_complaint(command, given, error.what()) + "\nTry 'logdb " +
+           command.m_name + " --help'.");
+      return STATUS::USAGE;
+   }
+   return command.m_run();
+}
+
+STATUS run_command_line(COMMAND_TABLE& table, std::vector<std::string> arguments) {
+   const std::string word = arguments.empty() ? "" : arguments.front();
+   if (word.empty()) {
+      std::fputs(overview_text(table).c_str(), stderr);
+      return STATUS::USAGE;
+   }
+   arguments.erase(arguments.begin());
+   if (word == "--version" || word == "-V") {
+      print("logdb " LOGDB_VERSION "\n");
+      return STATUS::FINE;
+   }
+   if (word == "--help" || word == "-h" || word == "help") {
+      if (arguments.empty()) {
+         print(overview_text(table));
+         return STATUS::FINE;
+      }
+      COMMAND* command = table.find(arguments.front());
+      if (command != nullptr) {
+         print(help_text(*command));
+         return STATUS::FINE;
+      }
+      tell(unknown_command(arguments.front(), table));
+      return STATUS::USAGE;
+   }
+   if (word == "--manual" && arguments.empty()) {
+      print(manual_page(table, nullptr));
+      return STATUS::FINE;
+   }
+   COMMAND* command = table.find(word == "--manual" ? arguments.front() : word);
+   if (command == nullptr) {
+      tell(unknown_command(word == "--manual" ? arguments.front() : word, table) + "\nTry 'logdb --help'.");
+      return STATUS::USAGE;
+   }
+   if (word == "--manual") {
+      print(manual_page(table, command));
+      return STATUS::FINE;
+   }
+   return run_command(*command, std::move(arguments));
+}
