@@ -265,6 +265,41 @@ class PropertiesTest(unittest.TestCase):
         self.assertEqual(kept.read_bytes(), b"what was here")
         self.assertEqual([path.name for path in self.folder.iterdir() if path.name.startswith("kept")], ["kept.logdb"])
 
+    def test_an_output_takes_over_what_it_replaces_but_no_right_to_run_as_another(self):
+        whole = (self.folder / "top.logdb").read_bytes()
+        kept = self.folder / "kept.logdb"
+        for mode, expected in ((0o600, 0o600), (0o640, 0o640), (0o6755, 0o755), (0o1666, 0o666)):
+            kept.write_bytes(b"what was here")
+            kept.chmod(mode)
+            self.assertEqual(self.run_command("salvage", "top.logdb", "-o", kept).returncode, 0)
+            self.assertEqual((kept.read_bytes(), kept.stat().st_mode & 0o7777), (whole, expected), oct(mode))
+        if os.geteuid() == 0:
+            os.chown(kept, 12345, 23456)
+            kept.chmod(0o4750)
+            self.assertEqual(self.run_command("salvage", "top.logdb", "-o", kept).returncode, 0)
+            status = kept.stat()
+            self.assertEqual((status.st_uid, status.st_gid, status.st_mode & 0o7777), (12345, 23456, 0o750))
+
+    def test_an_output_that_is_a_link_stays_one(self):
+        whole = (self.folder / "top.logdb").read_bytes()
+        (self.folder / "deep").mkdir()
+        (self.folder / "deep/second").symlink_to("../file.logdb")
+        (self.folder / "first").symlink_to("deep/second")
+        for content in (None, b"what was here"):  # first it leads to a file that is not there
+            if content:
+                (self.folder / "file.logdb").write_bytes(content)
+            self.assertEqual(self.run_command("salvage", "top.logdb", "-o", "first").returncode, 0)
+            self.assertTrue((self.folder / "first").is_symlink() and (self.folder / "deep/second").is_symlink())
+            self.assertEqual((self.folder / "file.logdb").read_bytes(), whole)
+        (self.folder / "round").symlink_to("round")
+        done = self.run_command("salvage", "top.logdb", "-o", "round")
+        self.assertEqual((done.returncode, done.stderr), (4, b"logdb: round: is a link that leads nowhere\n"))
+
+    def test_an_output_may_have_the_longest_name(self):
+        name = "n" * 249 + ".logdb"
+        self.assertEqual(self.run_command("salvage", "top.logdb", "-o", name).returncode, 0)
+        self.assertEqual((self.folder / name).read_bytes(), (self.folder / "top.logdb").read_bytes())
+
     def test_an_output_that_cannot_be_written_is_told(self):
         self.assertEqual(self.run_command("convert", "top.logdb", "-o", "no/such/folder").returncode, 4)
         if os.path.exists("/dev/full"):

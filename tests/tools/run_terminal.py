@@ -84,6 +84,25 @@ class TerminalTest(unittest.TestCase):
                                env=self.environment, capture_output=True)
         self.assertEqual(plain.stdout, b"\x1b]0;gotcha\x07\xff\xc2\x9b\n")
 
+    def test_no_output_of_names_acts_on_a_terminal(self):
+        # An escape sequence, a control character in UTF-8, and one that turns the direction of writing.
+        name = b"|top|x\x1b[2J\x07\xc2\x9b\xe2\x80\xae"
+        (self.folder / "evil.logdb").write_bytes(b"v1\nREGISTER_PACKING,P,o,C," + name + b",,\n")
+        (self.folder / "evil.fsyn").write_bytes(b"PHYSICAL_SYNTHESIS_INSERT_ATOM\n" + name + b" 1\na\n")
+        for line in ("show --json evil.logdb", "show --json evil.fsyn", "show --csv evil.logdb", "convert -o - evil.logdb",
+                     "convert -o - evil.fsyn", "check --json --partition-root y evil.logdb", "salvage evil.logdb",
+                     "salvage -o - evil.fsyn", "merge -o - evil.logdb evil.logdb", "show evil.logdb", "show evil.fsyn",
+                     "rebase --from top --to u -o - evil.logdb", "diff --json good.logdb evil.logdb"):
+            text, _ = self.on_terminal(f"touch good.logdb; NO_COLOR=1 logdb {line}")
+            for character in "\x1b\x07\x9b\u202e":
+                self.assertNotIn(character, text.replace("\x1b[K", ""), line)
+        self.assertIn(r"\u001b[2J\u0007\u009b\u202e", self.on_terminal("logdb show --json evil.logdb")[0])
+        self.assertIn(r"x\x1b[2J\x07\xc2\x9b\xe2\x80\xae", self.on_terminal("logdb salvage evil.logdb")[0])
+        # A file gets the name as it is, and so does a pipe.
+        self.on_terminal("logdb salvage -o saved.logdb evil.logdb; logdb salvage evil.logdb | cat > piped.logdb")
+        for saved in ("saved.logdb", "piped.logdb"):
+            self.assertIn(name, (self.folder / saved).read_bytes(), saved)
+
     def test_file_names_do_not_act_on_a_terminal(self):
         text, status = self.on_terminal("logdb show $'none\\x1b[2J'")
         self.assertEqual(status, 3)

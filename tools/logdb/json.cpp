@@ -120,6 +120,8 @@ void append_json_string(std::string& json, std::string_view text) {
             append_code(json, escape_base + static_cast<unsigned char>(text[0]));
          }
          continue;
+      } else if (const unsigned code = utf8_code(text, length); acts_on_terminal(code)) {
+         append_code(json, code);
       } else {
          json += text.substr(0, length);
       }

@@ -11,7 +11,8 @@
 ///
 /// Logs are bytes, JSON is text. A byte that is no UTF-8 becomes the character U+EF00 plus its value, which no
 /// name of a design uses; where a log does use one of those characters, its own bytes are written so. Both come
-/// back as the bytes that they were, and no tool in between has to know.
+/// back as the bytes that they were, and no tool in between has to know. A character on which a terminal would act is
+/// written by its number.
 
 /// Appends a text as a JSON string, with its quotes.
 void append_json_string(std::string& json, std::string_view text);

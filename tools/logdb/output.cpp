@@ -92,13 +92,28 @@ private:
    std::string m_buffer;
 };
 
-/// Standard output as a sink.
+/// Lines of a log as a terminal may be given them.
+std::string lines_for_terminal(std::string_view bytes) {
+   std::string lines;
+   while (!bytes.empty()) {
+      const std::size_t size = std::min(bytes.find('\n'), bytes.size());
+      lines += escaped_for_terminal(bytes.substr(0, size));
+      lines += size < bytes.size() ? "\n" : "";
+      bytes.remove_prefix(std::min(size + 1, bytes.size()));
+   }
+   return lines;
+}
+
+/// Standard output as a sink. What goes to a terminal is looked at and not kept, so names are shown as in every other
+/// output.
 class STANDARD_SINK : public BLOCK_SINK {
    void hand_over(const std::string& bytes) override {
       if (!bytes.empty() && ::isatty(STDOUT_FILENO) == 1) {
          PROGRESS::silence();
+         write_all(STDOUT_FILENO, lines_for_terminal(bytes), "standard output");
+      } else {
+         write_all(STDOUT_FILENO, bytes, "standard output");
       }
-      write_all(STDOUT_FILENO, bytes, "standard output");
    }
 };
 
@@ -125,7 +140,11 @@ private:
 /// The names of temporary files that are there now. A signal that ends the process takes them away.
 class TEMPORARY_FILE {
 public:
-   explicit TEMPORARY_FILE(const std::string& path) : m_path(path + ".XXXXXX") {
+   explicit TEMPORARY_FILE(const std::filesystem::path& path) {
+      // The longest name that a file may have leaves no room for an ending.
+      constexpr std::size_t longest_beginning = 200;
+      const std::string beginning = path.filename().string().substr(0, longest_beginning);
+      m_path = (path.parent_path() / (beginning + ".XXXXXX")).string();
       watch_signals();
       const SIGNALS_HELD held;
       m_file = ::mkostemp(m_path.data(), O_CLOEXEC);
@@ -262,12 +281,18 @@ private:
       }
    }
 
-   // A file that was there keeps its mode; a new one gets what the process gives to all its files.
+   // A file that was there keeps its permissions, and its owner and group where the process may give files away; a new
+   // one gets what the process gives to all its files. Nobody but its owner ever gains the right to run as another, or
+   // what the group of the old file had.
    void take_over_mode() const {
       struct stat status = {};
       mode_t mode = 0;
       if (::stat(m_path.c_str(), &status) == 0) {
-         mode = status.st_mode & 07777U;
+         mode = status.st_mode & 0777U;
+         if (::fchown(m_temporary.file(), status.st_uid, status.st_gid) != 0 &&
+             ::fchown(m_temporary.file(), static_cast<uid_t>(-1), status.st_gid) != 0) {
+            mode &= 0707U | (mode & 07U) << 3U;
+         }
       } else {
          const mode_t mask = ::umask(0);
          ::umask(mask);
@@ -442,6 +467,21 @@ void OUTPUT::flush() {
 
 namespace {
 
+/// A link stays a link; what it points to is replaced, or made where it is not there.
+std::string behind_links(const std::string& path) {
+   constexpr int most_links = 40; // as many as the system follows
+   std::filesystem::path target = path;
+   std::error_code error;
+   for (int links = 0; std::filesystem::is_symlink(target, error); ++links) {
+      const std::filesystem::path next = std::filesystem::read_symlink(target, error);
+      if (error || links == most_links) {
+         throw TOOL_ERROR(STATUS::OUTPUT, path + ": is a link that leads nowhere");
+      }
+      target = next.is_absolute() ? next : target.parent_path() / next;
+   }
+   return target.string();
+}
+
 std::unique_ptr<SINK> open_plain_sink(const std::string& path) {
    if (path == "/dev/stdout") {
       return std::make_unique<STANDARD_SINK>();
@@ -456,14 +496,7 @@ std::unique_ptr<SINK> open_plain_sink(const std::string& path) {
    if (is_there && (is_descriptor || !S_ISREG(status.st_mode))) {
       return std::make_unique<DIRECT_SINK>(path);
    }
-   std::error_code error;
-   std::string target = path;
-   // A link stays a link; what it points to is replaced.
-   if (std::filesystem::is_symlink(path, error)) {
-      const std::filesystem::path resolved = std::filesystem::weakly_canonical(path, error);
-      target = error ? path : resolved.string();
-   }
-   return std::make_unique<FILE_SINK>(target);
+   return std::make_unique<FILE_SINK>(behind_links(path));
 }
 
 } // namespace

@@ -189,7 +189,8 @@ private:
 
    void print_csv(const std::vector<std::string>& values) {
       for (const std::string& value : values) {
-         m_output << (&value == &values.front() ? "" : ",") << csv_field(value);
+         m_output << (&value == &values.front() ? "" : ",");
+         m_output.data(csv_field(value));
       }
       m_output << '\n';
    }

@@ -102,19 +102,33 @@ std::size_t utf8_length(std::string_view text) {
    return overlong || too_large || !is_continuation(text, 2) || !is_continuation(text, 3) ? 0 : 4;
 }
 
+unsigned int utf8_code(std::string_view text, std::size_t length) {
+   constexpr std::array<unsigned int, 5> lead_bits = {0, 0x7f, 0x1f, 0x0f, 0x07};
+   unsigned int code = static_cast<unsigned char>(text[0]) & lead_bits[length];
+   for (std::size_t index = 1; index < length; ++index) {
+      code = code << 6U | (static_cast<unsigned char>(text[index]) & 0x3fU);
+   }
+   return code;
+}
+
+bool acts_on_terminal(unsigned int code) {
+   const bool is_control = code < 0x20 || (code >= 0x7f && code < 0xa0);
+   const bool is_direction_mark = code == 0x061c || code == 0x200e || code == 0x200f;
+   const bool is_separator_or_embedding = code >= 0x2028 && code <= 0x202e;
+   const bool is_isolate = code >= 0x2066 && code <= 0x2069;
+   return is_control || is_direction_mark || is_separator_or_embedding || is_isolate;
+}
+
 std::string escaped_for_terminal(std::string_view text) {
    std::string escaped;
    for (std::size_t index = 0; index < text.size();) {
       const std::size_t length = utf8_length(text.substr(index));
-      const auto byte = static_cast<unsigned char>(text[index]);
-      // The controls U+0080 to U+009F act on some terminals as those below U+0020 do.
-      const bool is_control = byte < 0x20 || byte == 0x7F ||
-                              (length == 2 && byte == 0xC2 && static_cast<unsigned char>(text[index + 1]) < 0xA0);
+      const char byte = text[index];
       if (byte == '\\') {
          escaped += "\\\\";
       } else if (byte == '\n') {
          escaped += "\\n";
-      } else if (length == 0 || is_control) {
+      } else if (length == 0 || acts_on_terminal(utf8_code(text.substr(index), length))) {
          for (std::size_t part = 0; part < std::max<std::size_t>(length, 1); ++part) {
             std::array<char, 8> code = {};
             std::snprintf(code.data(), code.size(), "\\x%02x", static_cast<unsigned char>(text[index + part]));

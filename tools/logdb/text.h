@@ -13,6 +13,15 @@
 /// The length of the UTF-8 sequence at the beginning of a text, 1 to 4; 0 when there is none.
 std::size_t utf8_length(std::string_view text);
 
+/// The number of the character that a text begins with.
+///
+/// \param length  its bytes, as utf8_length() told; not 0
+unsigned int utf8_code(std::string_view text, std::size_t length);
+
+/// Whether a terminal would do something for a character beside showing it: obey it, or show those around it in another
+/// order or line, so that a name reads as another.
+bool acts_on_terminal(unsigned int code);
+
 /// A text that does nothing to a terminal: control characters and bytes that are no UTF-8 become "\x1b", "\n",
 /// and a backslash becomes two, so that nothing looks like what it is not.
 std::string escaped_for_terminal(std::string_view text);
