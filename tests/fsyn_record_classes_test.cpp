@@ -21,6 +21,8 @@ template <auto MEMBER> using TYPE_OF = typename MEMBER_TYPE<decltype(MEMBER)>::t
 
 // The members of the two base classes; those of the others are checked by the table of kinds.
 static_assert(std::is_same_v<TYPE_OF<&LOGDB_FSYN_LOG_ENTRY::m_type>, LOGDB_FSYN_LOG_ENTRY_TYPE>);
+// Whoever knows a record by its base alone copies it with clone(): half a record is none.
+static_assert(!std::is_copy_assignable_v<LOGDB_FSYN_LOG_ENTRY>);
 static_assert(std::is_same_v<TYPE_OF<&LOGDB_FSYN_LOG_ENTRY::m_tag>, unsigned int>);
 static_assert(std::is_same_v<TYPE_OF<&LOGDB_FSYN_LOG_ENTRY::m_node_name>, MEM_STRING>);
 static_assert(std::is_same_v<TYPE_OF<&CONNECTION::m_port_sources>, MEM_VECTOR<MEM_STRING>>);
@@ -109,6 +111,16 @@ TEST_F(FSYN_RECORD_CLASSES, clone_is_the_virtual_operation_behind_the_two_destru
    std::ptrdiff_t offset = 0;
    std::memcpy(&offset, &clone, sizeof offset);
    EXPECT_EQ(offset, static_cast<std::ptrdiff_t>(2 * sizeof(void*)) + 1);
+}
+
+TEST_F(FSYN_RECORD_CLASSES, a_record_that_says_nothing_of_its_kind_has_kind_0_and_tag_0) {
+   struct OWN_RECORD : LOGDB_FSYN_LOG_ENTRY {
+      LOGDB_FSYN_LOG_ENTRY* clone() const override { return nullptr; }
+   };
+   const OWN_RECORD record;
+   EXPECT_EQ(static_cast<int>(record.m_type), 0);
+   EXPECT_EQ(record.m_tag, 0U);
+   EXPECT_EQ(record.m_node_name, "");
 }
 
 TEST_F(FSYN_RECORD_CLASSES, the_base_holds_type_tag_and_node_name_behind_the_table_of_operations) {

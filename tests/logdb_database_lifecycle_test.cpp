@@ -47,6 +47,8 @@ static_assert(sizeof(LOGDB_DATABASE) == sizeof(void*));
 static_assert(!std::is_polymorphic_v<LOGDB_DATABASE>);
 static_assert(std::is_standard_layout_v<LOGDB_DATABASE>);
 static_assert(std::is_default_constructible_v<LOGDB_DATABASE>);
+static_assert(!std::is_copy_constructible_v<LOGDB_DATABASE>);
+static_assert(!std::is_copy_assignable_v<LOGDB_DATABASE>);
 
 static_assert(std::is_same_v<decltype(logdb_revision_name), MEM_STRING>);
 static_assert(std::is_same_v<decltype(logdb_db_type), LOGDB_DB_TYPE>);
