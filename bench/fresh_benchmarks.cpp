@@ -131,8 +131,10 @@ void fresh_load(benchmark::State& state, INPUTS& inputs, const std::string& cont
    state.counters["tracked_per_entry"] = static_cast<double>(result.m_tracked) / entries;
 }
 
-void add(INPUTS& inputs, const std::string& name, const std::string& contender, const std::string& allocator) {
-   const std::string input = "1000000";
+constexpr const char* usual_input = "1000000";
+
+void add(INPUTS& inputs, const std::string& name, const std::string& contender, const std::string& allocator,
+         const std::string& input = usual_input) {
    benchmark::RegisterBenchmark(
        ("fresh_load/" + name + "/" + input).c_str(),
        [=, &inputs](benchmark::State& state) { fresh_load(state, inputs, contender, allocator, input); })
@@ -149,6 +151,11 @@ void register_fresh_benchmarks(INPUTS& inputs) {
    }
    for (const ALLOCATOR& allocator : ALLOCATORS) {
       add(inputs, std::string("library_") + allocator.m_name, "library", allocator.m_name);
+   }
+   for (const char* other_input : {"10000", "100000", "10000000"}) {
+      for (const char* contender : {"floor", "library"}) {
+         add(inputs, contender, contender, "default", other_input);
+      }
    }
 }
 

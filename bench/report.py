@@ -304,6 +304,14 @@ def report_fresh(out, results):
     table(out, ["contender", "load, ms", "unload, ms", "resident", "tracked", "left"], rows)
 
 
+def report_memory_by_size(out, results):
+    rows = [[name] + [number(results.counter("fresh_load", name, size, "resident_per_entry"), 0) for size in SIZES]
+            for name in ("library", "floor")]
+    if any(cell != "-" for row in rows for size, cell in zip(SIZES, row[1:]) if size != ENTRIES):
+        print("By size, what a load adds to the resident set, in bytes an entry:\n", file=out)
+        table(out, ["contender"] + [f"{int(size):,}" for size in SIZES], rows)
+
+
 def report_designs(out, results):
     rows = []
     for work in ("load", "commit", "log_write", "log_read", "log_read_delete"):
@@ -334,7 +342,7 @@ def main():
     out = open(arguments.output, "w", encoding="utf-8") if arguments.output else sys.stdout
     with out:
         for part in (report_machine, report_targets, report_contenders, report_floor, report_reuse, report_scale,
-                     report_fresh, report_designs):
+                     report_fresh, report_memory_by_size, report_designs):
             part(out, results)
     for failure in results.failures:
         print("failed: " + failure, file=sys.stderr)

@@ -166,11 +166,10 @@ void add_rebase(COMMAND_TABLE& table) {
    COMMAND& command = table.add("rebase", "Move node names from one partition root to another");
    command.m_description =
        "Writes a log in which every node that is the root R1, or lies below it, lies at the same place below R2. "
-       "Names are cut at levels of the hierarchy only: top|u1x is not below top|u1. Other names stay, and so do "
-       "the "
-       "other bytes of entries and records. An empty R1 puts R2 in front of every name, as relative files need "
-       "it; "
-       "an empty R2 takes R1 off. A damaged log is refused, and so is a database without a byte.\n"
+       "Names are cut at levels of the hierarchy only: top|u1x is not below top|u1. Other names stay, and "
+       "so do the other bytes of entries and records. An empty R1 puts R2 in front of every name, as "
+       "relative files need it; an empty R2 takes R1 off. A damaged log is refused, and so is a database "
+       "without a byte.\n"
        "Needs the memory of one record.";
    command.m_examples = {
        {"rebase --from 'top|u1' --to 'chip|core_3' top.logdb -o core_3.logdb",
