@@ -275,7 +275,7 @@ private:
    const char* m_places_origin = nullptr;
    std::size_t m_next_place = 0;
    std::size_t m_place_count = 0;
-   std::uint16_t m_places[look_ahead + 1] = {};
+   std::uint16_t m_places[look_ahead] = {};
 };
 
 #endif

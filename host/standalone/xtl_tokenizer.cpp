@@ -36,6 +36,7 @@ bool is_blank(char byte) {
 class PIECE_SINK {
 public:
    PIECE_SINK(MEM_VECTOR<MEM_STRING>& tokens, std::string_view text) : m_tokens(tokens) {
+      // A copy of a fixed size where there can be one: it needs no call.
       const std::size_t in_tail = std::min(text.size(), fixed_size);
       m_tail_begin = text.data() + (text.size() - in_tail);
       if (in_tail == fixed_size) {

@@ -293,7 +293,7 @@ class PropertiesTest(unittest.TestCase):
             self.assertEqual((self.folder / "file.logdb").read_bytes(), whole)
         (self.folder / "round").symlink_to("round")
         done = self.run_command("salvage", "top.logdb", "-o", "round")
-        self.assertEqual((done.returncode, done.stderr), (4, b"logdb: round: is a link that leads nowhere\n"))
+        self.assertEqual((done.returncode, done.stderr), (4, b"logdb: round: Too many levels of symbolic links\n"))
 
     def test_an_output_may_have_the_longest_name(self):
         name = "n" * 249 + ".logdb"

@@ -282,8 +282,8 @@ private:
    }
 
    // A file that was there keeps its permissions, and its owner and group where the process may give files away; a new
-   // one gets what the process gives to all its files. Nobody but its owner ever gains the right to run as another, or
-   // what the group of the old file had.
+   // one gets what the process gives to all its files. Nobody gains a right to run as another, nor a new group what the
+   // old one had.
    void take_over_mode() const {
       struct stat status = {};
       mode_t mode = 0;
@@ -472,11 +472,8 @@ std::string behind_links(const std::string& path) {
    constexpr int most_links = 40; // as many as the system follows
    std::filesystem::path target = path;
    std::error_code error;
-   for (int links = 0; std::filesystem::is_symlink(target, error); ++links) {
+   for (int links = 0; links < most_links && std::filesystem::is_symlink(target, error); ++links) {
       const std::filesystem::path next = std::filesystem::read_symlink(target, error);
-      if (error || links == most_links) {
-         throw TOOL_ERROR(STATUS::OUTPUT, path + ": is a link that leads nowhere");
-      }
       target = next.is_absolute() ? next : target.parent_path() / next;
    }
    return target.string();
@@ -488,6 +485,11 @@ std::unique_ptr<SINK> open_plain_sink(const std::string& path) {
    }
    struct stat status = {};
    const bool is_there = ::stat(path.c_str(), &status) == 0;
+   // Where the system itself does not follow a link, such as one that somebody else left in a folder for everybody, we
+   // do not either.
+   if (!is_there && errno != ENOENT) {
+      throw TOOL_ERROR(STATUS::OUTPUT, system_error_text(path));
+   }
    if (is_there && S_ISDIR(status.st_mode)) {
       throw TOOL_ERROR(STATUS::OUTPUT, path + ": is a folder");
    }
