@@ -157,12 +157,12 @@ public:
       const auto available = begin != nullptr ? static_cast<std::size_t>(GET_AREA::end(*in.rdbuf()) - begin) : 0;
       const void* const found =
           available != 0 ? std::memchr(begin, in.widen('\n'), std::min(available, line_buffer_size)) : nullptr;
-      if (found == nullptr) {
+      if (found == nullptr) [[unlikely]] {
          m_next = nullptr; // the stream may put other bytes in the same place
          return false;
       }
       const auto size = static_cast<std::size_t>(static_cast<const char*>(found) - begin);
-      if (begin != m_next || begin + size > m_checked_end) {
+      if (begin != m_next || begin + size > m_checked_end) [[unlikely]] {
          check_ahead(begin, std::min(available, std::max(size, check_size)));
       }
       line.assign(begin, std::min(size, static_cast<std::size_t>(m_checked_end - begin)));
@@ -191,6 +191,51 @@ std::unique_ptr<LOGDB_DATABASE_ENTRY> copy_entry(const LOGDB_DATABASE_ENTRY& ent
    return new_entry;
 }
 
+// A string that is to move to a field. One without storage is copied with the bytes behind its end: a copy of a fixed
+// size needs no call. The field is made where it is to be.
+class MOVING_FIELD {
+public:
+   explicit MOVING_FIELD(MEM_STRING& from) : m_from(&from) {}
+
+   operator MEM_STRING() const {
+      return m_from->capacity() == longest_without_storage ? copy() : MEM_STRING(std::move(*m_from));
+   }
+
+private:
+   static constexpr std::size_t longest_without_storage = 15;
+
+   MEM_STRING copy() const {
+      MEM_STRING field(m_from->data(), longest_without_storage);
+      field.resize(m_from->size());
+      return field;
+   }
+
+   MEM_STRING* m_from;
+};
+
+// A vector asks for the number of fields first, and then makes one after the other with nothing to look at in between.
+class FIELD_ITERATOR {
+public:
+   using iterator_category = std::forward_iterator_tag;
+   using value_type = MEM_STRING;
+   using difference_type = std::ptrdiff_t;
+   using pointer = void;
+   using reference = MOVING_FIELD;
+
+   explicit FIELD_ITERATOR(MEM_STRING* from) : m_from(from) {}
+
+   MOVING_FIELD operator*() const { return MOVING_FIELD(*m_from); }
+   FIELD_ITERATOR& operator++() {
+      ++m_from;
+      return *this;
+   }
+   bool operator==(const FIELD_ITERATOR& other) const { return m_from == other.m_from; }
+   bool operator!=(const FIELD_ITERATOR& other) const { return m_from != other.m_from; }
+
+private:
+   MEM_STRING* m_from;
+};
+
 bool is_detail_debug_on() {
    static const bool on = cfg_is_on("log_db_detail_debug_info", false);
    return on;
@@ -212,20 +257,20 @@ public:
    explicit ENTRY_READER(LOGDB_DATABASE_IMPL& database) : m_database(database) {}
 
    bool read_entry(std::istream* in, LOGDB_DATABASE_ENTRY* entry) {
-      if (!m_lines.take(*in, m_line) && !m_database.read_line(in, &m_line)) {
+      if (!m_lines.take(*in, m_line) && !m_database.read_line(in, &m_line)) [[unlikely]] {
          logdb_msg_debug("Failed reading log db entry line");
          entry->m_entry_type = unknown_kind;
          entry->m_data_vector.clear();
          return false;
       }
       tokenize_line();
-      if (m_tokens.empty()) {
+      if (m_tokens.empty()) [[unlikely]] {
          entry->m_data_vector.clear();
       } else {
          entry->m_entry_type = kind(m_tokens.front());
          move_fields_to(entry->m_data_vector);
       }
-      if (is_detail_debug_on()) {
+      if (is_detail_debug_on()) [[unlikely]] {
          debug_entry(*entry);
       }
       return true;
@@ -238,30 +283,21 @@ private:
       m_tokens.resize(1);
       m_tokens.front() = LOGDB_DATABASE_FIELD_SEPARATOR;
       m_database.m_tokenizer.tokenize(m_line, m_tokens);
-      if (!m_tokens.empty() && m_tokens.front() == LOGDB_DATABASE_FIELD_SEPARATOR) {
+      if (!m_tokens.empty() && m_tokens.front() == LOGDB_DATABASE_FIELD_SEPARATOR) [[unlikely]] {
          m_tokens.erase(m_tokens.begin());
       }
    }
 
-   // A string without storage is copied with the bytes behind its end: a copy of a fixed size needs no call.
    void move_fields_to(MEM_VECTOR<MEM_STRING>& fields) {
-      constexpr std::size_t longest_without_storage = 15;
       fields.clear();
-      fields.reserve(m_tokens.size() - 1);
-      for (auto token = m_tokens.begin() + 1; token != m_tokens.end(); ++token) {
-         if (token->capacity() == longest_without_storage) {
-            fields.emplace_back(token->data(), longest_without_storage).resize(token->size());
-         } else {
-            fields.push_back(std::move(*token));
-         }
-      }
+      fields.assign(FIELD_ITERATOR(&m_tokens.front() + 1), FIELD_ITERATOR(&m_tokens.front() + m_tokens.size()));
    }
 
    // A file has few kind names, again and again. Each is looked up once, as long as no other takes its place.
    LOGDB_ENTRY_TYPE_ENUM kind(const MEM_STRING& name) {
       const std::size_t first_byte = static_cast<unsigned char>(name.c_str()[0]);
       KNOWN_KIND& known = m_known_kinds[(name.size() + first_byte) % std::size(m_known_kinds)];
-      if (name != known.m_name) {
+      if (std::string_view(name) != std::string_view(known.m_name)) [[unlikely]] {
          known.m_type = logdb_get_logdb_entry_type_enum_by_string(name.c_str());
          known.m_name = name;
       }
@@ -400,8 +436,16 @@ std::string_view cut_partition_root(std::string_view name, std::string_view root
    return name.substr(root.size() + (name[root.size()] == hierarchy_separator ? 1 : 0));
 }
 
+// What is at a position of an entry; here, because the public operation is called through a table of the linker's.
+LOGDB_ENTRY_DATATYPE_ENUM datatype_at(LOGDB_ENTRY_TYPE_ENUM type, unsigned int position) {
+   if (!is_known_kind(type) || position >= LOGDB_DATA_FORMAT[type].m_num_fields) {
+      return no_datatype;
+   }
+   return LOGDB_DATA_FORMAT[type].m_datatypes[position];
+}
+
 bool is_node_name(LOGDB_ENTRY_TYPE_ENUM type, unsigned int position) {
-   return LOGDB_DATABASE::get_enum_datatype_by_vec_position(type, position) == NODE_NAME;
+   return datatype_at(type, position) == NODE_NAME;
 }
 
 // A whole file; the two ways to write a field, in a gathered line and by itself, are the caller's.
@@ -557,10 +601,7 @@ bool LOGDB_DATABASE::should_preserve_postfit_entries(LOGDB_ENTRY_TYPE_ENUM entry
 
 LOGDB_ENTRY_DATATYPE_ENUM LOGDB_DATABASE::get_enum_datatype_by_vec_position(LOGDB_ENTRY_TYPE_ENUM type,
                                                                             unsigned int position) {
-   if (!is_known_kind(type) || position >= LOGDB_DATA_FORMAT[type].m_num_fields) {
-      return no_datatype;
-   }
-   return LOGDB_DATA_FORMAT[type].m_datatypes[position];
+   return datatype_at(type, position);
 }
 
 const char* LOGDB_DATABASE::logdb_type_to_dbm_type(LOGDB_DB_TYPE db_type) {

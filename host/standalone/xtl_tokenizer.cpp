@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 
 #ifdef __SSE2__
@@ -31,46 +32,115 @@ bool is_blank(char byte) {
    return byte == ' ' || byte == '\t';
 }
 
+/// A piece of a text, as what a string in a vector is made of.
+class PART {
+public:
+   static constexpr std::size_t longest_without_storage = 15;
+
+   /// \param readable  the piece, and as many bytes behind it as make it longest_without_storage, whatever they are
+   PART(const char* begin, std::size_t size, const char* readable)
+       : m_begin(begin), m_size(size), m_readable(readable) {}
+
+   /// The string is made where it is to be, not moved there.
+   operator MEM_STRING() const {
+      return m_size <= longest_without_storage ? short_string() : MEM_STRING(m_begin, m_size);
+   }
+
+private:
+   /// A short piece is copied with the bytes behind it, which are dropped again: a copy of a fixed size needs neither a
+   /// call nor a loop.
+   MEM_STRING short_string() const {
+      MEM_STRING string(m_readable, longest_without_storage);
+      string.resize(m_size);
+      return string;
+   }
+
+   const char* m_begin;
+   std::size_t m_size;
+   const char* m_readable;
+};
+
+/// A text, of which any piece can be read with bytes behind it.
+class READABLE_TEXT {
+public:
+   explicit READABLE_TEXT(std::string_view text) {
+      // A copy of a fixed size where there can be one.
+      const std::size_t in_tail = std::min(text.size(), tail_size);
+      m_tail_begin = text.data() + (text.size() - in_tail);
+      if (in_tail == tail_size) {
+         std::memcpy(m_tail.data(), m_tail_begin, tail_size);
+      } else {
+         std::memcpy(m_tail.data(), m_tail_begin, in_tail);
+      }
+   }
+
+   PART part(const char* begin, const char* end) const {
+      const char* const readable = begin < m_tail_begin ? begin : m_tail.data() + (begin - m_tail_begin);
+      return {begin, static_cast<std::size_t>(end - begin), readable};
+   }
+
+   const char* m_base = nullptr; ///< what places are counted from
+
+private:
+   static constexpr std::size_t tail_size = PART::longest_without_storage;
+
+   const char* m_tail_begin;
+   std::array<char, 2 * tail_size> m_tail{};
+};
+
+/// Goes over the pieces between separators. A vector asks for their number first, and then makes the strings one after
+/// the other with nothing to look at in between.
+class PART_ITERATOR {
+public:
+   using iterator_category = std::forward_iterator_tag;
+   using value_type = MEM_STRING;
+   using difference_type = std::ptrdiff_t;
+   using pointer = void;
+   using reference = PART;
+
+   /// \param place  of the separator in front of the piece; the one behind it comes next
+   PART_ITERATOR(const READABLE_TEXT& text, const std::uint16_t* place) : m_text(&text), m_place(place) {}
+
+   PART operator*() const { return m_text->part(m_text->m_base + m_place[0] + 1, m_text->m_base + m_place[1]); }
+   PART_ITERATOR& operator++() {
+      ++m_place;
+      return *this;
+   }
+   bool operator==(const PART_ITERATOR& other) const { return m_place == other.m_place; }
+   bool operator!=(const PART_ITERATOR& other) const { return m_place != other.m_place; }
+
+private:
+   const READABLE_TEXT* m_text;
+   const std::uint16_t* m_place;
+};
+
 /// Puts pieces into a vector. Strings in front that have storage are used again; those behind, whose storage a
 /// caller has moved away, are quicker made anew than filled.
 class PIECE_SINK {
 public:
-   PIECE_SINK(MEM_VECTOR<MEM_STRING>& tokens, std::string_view text) : m_tokens(tokens) {
-      // A copy of a fixed size where there can be one: it needs no call.
-      const std::size_t in_tail = std::min(text.size(), fixed_size);
-      m_tail_begin = text.data() + (text.size() - in_tail);
-      if (in_tail == fixed_size) {
-         std::memcpy(m_tail.data(), m_tail_begin, fixed_size);
-      } else {
-         std::memcpy(m_tail.data(), m_tail_begin, in_tail);
-      }
-      while (!m_tokens.empty() && m_tokens.back().capacity() <= longest_without_storage) {
+   explicit PIECE_SINK(MEM_VECTOR<MEM_STRING>& tokens) : m_tokens(tokens) {
+      while (!m_tokens.empty() && m_tokens.back().capacity() <= PART::longest_without_storage) {
          m_tokens.pop_back();
       }
       m_reused = m_tokens.size();
    }
 
+   /// Whether the next piece gets the storage of an older one.
+   bool reuses() const { return m_count < m_reused; }
+
    void add(std::string_view piece) {
-      if (m_count < m_reused) {
-         reuse(piece);
+      if (reuses()) {
+         m_tokens[m_count].assign(piece);
       } else {
          m_tokens.emplace_back(piece);
       }
       ++m_count;
    }
 
-   /// Adds a piece that is a part of the text. A short one is copied with the bytes behind it, which are dropped
-   /// again: a copy of a fixed size needs neither a call nor a loop.
-   [[gnu::always_inline]] void add_part(const char* begin, std::size_t size) {
-      if (m_count < m_reused) {
-         reuse(std::string_view(begin, size));
-      } else if (size <= fixed_size) {
-         const char* const readable = begin < m_tail_begin ? begin : m_tail.data() + (begin - m_tail_begin);
-         m_tokens.emplace_back(readable, fixed_size).resize(size);
-      } else {
-         m_tokens.emplace_back(begin, size);
-      }
-      ++m_count;
+   /// Adds all of these, once no storage is left that could be used again.
+   void add(PART_ITERATOR begin, PART_ITERATOR end) {
+      m_tokens.insert(m_tokens.end(), begin, end);
+      m_count = m_tokens.size();
    }
 
    void drop_the_rest() {
@@ -78,14 +148,7 @@ public:
    }
 
 private:
-   [[gnu::noinline]] void reuse(std::string_view piece) { m_tokens[m_count].assign(piece); }
-
-   static constexpr std::size_t longest_without_storage = 15;
-   static constexpr std::size_t fixed_size = longest_without_storage;
-
    MEM_VECTOR<MEM_STRING>& m_tokens;
-   const char* m_tail_begin;                  ///< of the last bytes of the text that the pieces are of
-   std::array<char, 2 * fixed_size> m_tail{}; ///< these bytes, and as many behind them that may be read, too
    std::size_t m_reused;
    std::size_t m_count = 0;
 };
@@ -118,61 +181,69 @@ std::uint64_t equal_bytes(const char* bytes, char wanted) {
 
 #endif
 
-/// The places of a byte in a part of a text, as bits of 64 bytes at a time.
+/// The places of a byte in a part of a text.
 class PLACES {
 public:
    static constexpr std::size_t part_bytes = 16 * step;
 
    /// Looks at a text of at most part_bytes bytes.
    void find(std::string_view part, char wanted) {
+      std::uint16_t* end = m_places.data();
       std::size_t base = 0;
-      m_count = 0;
       for (; part.size() - base >= step; base += step) {
-         add(equal_bytes(part.data() + base, wanted), base);
+         end = add(end, equal_bytes(part.data() + base, wanted), base);
       }
       const std::size_t left = part.size() - base;
       if (left != 0 && base != 0) {
-         add(equal_bytes(part.data() + part.size() - step, wanted) >> (step - left), base);
+         end = add(end, equal_bytes(part.data() + part.size() - step, wanted) >> (step - left), base);
       } else if (left != 0) {
          std::array<char, step> padded;
          std::memcpy(padded.data(), part.data(), left);
-         add(equal_bytes(padded.data(), wanted) & ((std::uint64_t{1} << left) - 1), base);
+         end = add(end, equal_bytes(padded.data(), wanted) & ((std::uint64_t{1} << left) - 1), base);
       }
+      m_end = end;
    }
 
    const std::uint16_t* begin() const { return m_places.data(); }
-   const std::uint16_t* end() const { return m_places.data() + m_count; }
+   const std::uint16_t* end() const { return m_end; }
 
 private:
-   void add(std::uint64_t found, std::size_t base) {
+   static std::uint16_t* add(std::uint16_t* end, std::uint64_t found, std::size_t base) {
       for (; found != 0; found &= found - 1) {
-         m_places[m_count++] =
-             static_cast<std::uint16_t>(base + static_cast<std::size_t>(std::countr_zero(found)));
+         *end++ = static_cast<std::uint16_t>(base + static_cast<std::size_t>(std::countr_zero(found)));
       }
+      return end;
    }
 
    std::array<std::uint16_t, part_bytes> m_places;
-   std::size_t m_count = 0;
+   const std::uint16_t* m_end = nullptr;
 };
 
 void split_plainly(std::string_view text, char separator, bool keep_empty, PIECE_SINK& pieces) {
    PLACES places;
+   READABLE_TEXT readable(text);
    const char* begin = text.data();
    const char* const end = begin + text.size();
    for (const char* part = begin; part != end;) {
       const std::size_t part_bytes = std::min(static_cast<std::size_t>(end - part), PLACES::part_bytes);
       places.find(std::string_view(part, part_bytes), separator);
-      for (const std::uint16_t place : places) {
-         const char* piece_end = part + place;
+      for (const std::uint16_t* place = places.begin(); place != places.end(); ++place) {
+         const char* piece_end = part + *place;
          if (keep_empty || piece_end != begin) {
-            pieces.add_part(begin, static_cast<std::size_t>(piece_end - begin));
+            pieces.add(std::string_view(begin, static_cast<std::size_t>(piece_end - begin)));
          }
          begin = piece_end + 1;
+         if (keep_empty && !pieces.reuses()) {
+            readable.m_base = part;
+            pieces.add(PART_ITERATOR(readable, place), PART_ITERATOR(readable, places.end() - 1));
+            begin = part + *(places.end() - 1) + 1;
+            break;
+         }
       }
       part += part_bytes;
    }
    if (begin != end) {
-      pieces.add_part(begin, static_cast<std::size_t>(end - begin));
+      pieces.add(std::string_view(begin, static_cast<std::size_t>(end - begin)));
    }
 }
 
@@ -254,7 +325,7 @@ XTL_TOKENIZER::XTL_TOKENIZER(const MEM_STRING& separators, bool keep_empty, cons
       m_keep_empty(keep_empty), m_trim(trim) {}
 
 void XTL_TOKENIZER::tokenize(const MEM_STRING& text, MEM_VECTOR<MEM_STRING>& tokens) {
-   PIECE_SINK pieces(tokens, text);
+   PIECE_SINK pieces(tokens);
    if (m_separators.size() == 1 && m_quotes.empty() && m_escapes.empty() && m_comments.empty() && !m_trim) {
       split_plainly(text, m_separators.front(), m_keep_empty, pieces);
    } else {
