@@ -76,7 +76,7 @@ public:
       while (has_element(terminator)) {
          const int index = static_cast<int>(logdb_fsyn_decimal(m_word));
          if (has_more() && index >= 0 && static_cast<std::size_t>(index) < slots.m_value.size()) {
-            slots.m_value[static_cast<std::size_t>(index)] = m_word;
+            slots.m_value[static_cast<std::size_t>(index)] = MEM_STRING(m_word);
          }
       }
    }
@@ -147,7 +147,8 @@ public:
    template <class RECORD> void pad_to_core(const RECORD& /*record*/) {}
 
 private:
-   void read(MEM_STRING& name) { name = next_word(); }
+   // A new string takes over a word faster than one that may have had another before.
+   void read(MEM_STRING& name) { name = MEM_STRING(next_word()); }
 
    void read(unsigned char& flag) { flag = logdb_fsyn_decimal(next_word()) != 0 ? 1 : 0; }
 
