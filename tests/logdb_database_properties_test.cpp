@@ -8,6 +8,7 @@
 
 #include "logdb.h"
 #include "logdb_database_fixture.h"
+#include "logdb_database_model.h"
 
 // Random databases through files and back, against the format in a few plain lines.
 
@@ -16,27 +17,10 @@ namespace {
 using TEXTS = std::vector<std::string>;
 using ENTRIES = std::vector<PLAIN_ENTRY>;
 
-constexpr const char* kind_names[8] = {"DSP_BALANCING_IMPLEMENTATION",
-                                       "REGISTER_PACKING",
-                                       "RAM_PACKING",
-                                       "FIT_COMPUTED_DQSBUSMUX_COUNTS",
-                                       "FSYN_LOG_FILE",
-                                       "IO_RULES_SUMMARY",
-                                       "IO_RULES",
-                                       "IO_RULES_MATRIX"};
-constexpr const char* kind_user_strings[8] = {"DSP Block Balancing Implementation",
-                                              "Register Packing log",
-                                              "RAM Packing log",
-                                              "DQS bux muxes count log.",
-                                              "Physical Synthesis Log",
-                                              "I/O Rules Summary",
-                                              "I/O Rules Log",
-                                              "I/O Rules Matrix"};
-
 constexpr const char* has_separator = "report: log database write failed: string has field separator character";
 constexpr const char* illegal_kind = "report: The calling function has passed an illegal LOGDB_ENTRY_TYPE_ENUM.";
 
-// ---- The model
+// ---- The model of writing
 
 bool is_legal(int kind) {
    return kind >= 0 && kind <= 7;
@@ -62,7 +46,7 @@ struct WRITTEN {
       if (!is_legal(value)) {
          m_reports.emplace_back(illegal_kind);
       }
-      field(is_legal(value) ? kind_names[value] : "");
+      field(is_legal(value) ? model_kind_names[value] : "");
    }
 };
 
@@ -97,59 +81,6 @@ WRITTEN model_of_commit(const ENTRIES& entries, const std::string& root) {
       written.m_bytes += "\n";
    }
    return written;
-}
-
-int model_of_kind(const std::string& name) {
-   const auto lower = [](std::string text) {
-      for (char& letter : text) {
-         letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-      }
-      return text;
-   };
-   for (int kind = 0; kind < 8; ++kind) {
-      if (lower(name) == lower(kind_names[kind]) || lower(name) == lower(kind_user_strings[kind])) {
-         return kind;
-      }
-   }
-   return -1;
-}
-
-PLAIN_ENTRY model_of_line(std::string line) {
-   line = line.c_str(); // up to its first zero byte
-   TEXTS pieces;
-   while (!line.empty()) {
-      const std::size_t end = std::min(line.find(','), line.size());
-      pieces.push_back(line.substr(0, end));
-      line.erase(0, end + 1);
-   }
-   PLAIN_ENTRY entry;
-   if (!pieces.empty()) {
-      entry.m_kind = model_of_kind(pieces[0]);
-      entry.m_fields.assign(pieces.begin() + 1, pieces.end());
-   }
-   return entry;
-}
-
-struct READ {
-   bool m_ok = true;
-   ENTRIES m_entries;
-};
-
-READ model_of_load(std::string bytes) {
-   READ read;
-   for (bool version = true; !bytes.empty(); version = false) {
-      const std::size_t end = bytes.find('\n');
-      if (end == std::string::npos || end > 32767) {
-         // A version line that the end of the file cuts short is an empty database.
-         read.m_ok = version && bytes.size() <= 32767;
-         return read;
-      }
-      if (!version) {
-         read.m_entries.push_back(model_of_line(bytes.substr(0, end)));
-      }
-      bytes.erase(0, end + 1);
-   }
-   return read;
 }
 
 ENTRIES model_of_prefixing(ENTRIES entries, const std::string& root) {
@@ -289,7 +220,7 @@ TEST_F(LOGDB_DATABASE_PROPERTIES, what_any_entries_make_reads_as_the_format_says
       LOGDB_DATABASE::unload_database();
       reports();
       LOGDB_DATABASE::load_database();
-      const READ expected = model_of_load(read_file(plain_file()));
+      const MODEL_READ expected = model_of_load(read_file(plain_file()));
       RC_ASSERT(loaded() == expected.m_entries);
       RC_ASSERT(reports() == (expected.m_ok ? TEXTS{} : TEXTS{"report: Failed reading log-db file"}));
    });
@@ -301,7 +232,7 @@ TEST_F(LOGDB_DATABASE_PROPERTIES, any_bytes_read_as_the_format_says) {
       start();
       write_file(plain_file(), bytes);
       LOGDB_DATABASE::load_database();
-      const READ expected = model_of_load(bytes);
+      const MODEL_READ expected = model_of_load(bytes);
       RC_ASSERT(loaded() == expected.m_entries);
       RC_ASSERT(reports() == (expected.m_ok ? TEXTS{} : TEXTS{"report: Failed reading log-db file"}));
    });
@@ -344,7 +275,7 @@ TEST_F(LOGDB_DATABASE_PROPERTIES, any_bytes_and_root_load_as_the_format_says) {
       start();
       write_file(file(), bytes);
       LOGDB_DATABASE::load_database(file().c_str(), root.c_str());
-      const READ expected = model_of_load(bytes);
+      const MODEL_READ expected = model_of_load(bytes);
       RC_ASSERT(loaded() == (expected.m_ok ? model_of_prefixing(expected.m_entries, root) : expected.m_entries));
       RC_ASSERT(reports() == (expected.m_ok ? TEXTS{} : TEXTS{"report: Failed reading log-db file"}));
       RC_ASSERT(logdb_filename_singleton == (expected.m_ok ? file() : std::string()));
