@@ -7,7 +7,7 @@ namespace {
 
 FUZZ_ANSWER convert(std::string_view bytes, const std::string& format) {
    const FUZZ_FILE file(bytes);
-   const FUZZ_ANSWER answer = fuzz_run(add_convert, {"--as", format, file.path()});
+   FUZZ_ANSWER answer = fuzz_run(add_convert, {"--as", format, file.path()});
    FUZZ_HOLDS(answer.m_status != 1);
    FUZZ_HOLDS(file.bytes() == bytes);
    return answer;

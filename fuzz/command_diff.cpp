@@ -1,34 +1,14 @@
 // Never may two logs make diff crash, go on for ever or leave another way than with the status 0, 1 or 3, find a difference
 // where there is none or none where there is one, or count other differences than the logs have items.
 
-#include <nlohmann/json.hpp>
-
 #include "fuzz_command.h"
 
 namespace {
 
-/// The input as two logs: what stands in front of a line of equal signs and behind it, or, where there is none, the
-/// input and the input without one of its lines.
-std::pair<std::string, std::string> two_logs(std::string_view bytes) {
-   constexpr std::string_view border = "\n====\n";
-   const std::size_t place = bytes.find(border);
-   if (place != std::string_view::npos) {
-      return {std::string(bytes.substr(0, place + 1)), std::string(bytes.substr(place + border.size()))};
-   }
-   std::string other(bytes);
-   if (!other.empty()) {
-      const std::size_t begin = other.rfind('\n', fuzz_choice(bytes) % other.size()) + 1;
-      other.erase(begin, other.find('\n', begin) + 1 - begin);
-   }
-   return {std::string(bytes), other};
-}
-
 /// What diff --json tells: how many items are on one side alone, left less right.
 std::ptrdiff_t balance(const FUZZ_ANSWER& answer) {
    std::ptrdiff_t balance = 0;
-   for (const std::string_view line : fuzz_lines(answer.m_output)) {
-      const nlohmann::json difference = nlohmann::json::parse(line, nullptr, false);
-      FUZZ_HOLDS(difference.is_object());
+   for (const nlohmann::json& difference : fuzz_objects(answer.m_output)) {
       balance += (difference.contains("old") ? 1 : 0) - (difference.contains("new") ? 1 : 0);
    }
    return balance;
@@ -79,7 +59,7 @@ private:
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
    FUZZ_HOST host;
    const FUZZ_LEAK_CHECK leak_check;
-   const auto [left_bytes, right_bytes] = two_logs({reinterpret_cast<const char*>(data), size});
+   const auto [left_bytes, right_bytes] = fuzz_two_logs({reinterpret_cast<const char*>(data), size});
    const FUZZ_FILE left(left_bytes);
    const FUZZ_FILE right(right_bytes);
    for (const std::string& format : fuzz_formats()) {
@@ -94,9 +74,6 @@ extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, st
 
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t most,
                                                unsigned int seed) {
-   if (seed % 16 == 1) {
-      return fuzz_mutate_words(data, size, most, seed / 16, {"\n====\n"}, "\n");
-   }
-   return seed % 3 == 0 ? LLVMFuzzerMutate(data, size, most) : fuzz_mutate_log(data, size, most, seed / 3);
+   return seed % 3 == 0 ? LLVMFuzzerMutate(data, size, most) : fuzz_mutate_two_logs(data, size, most, seed / 3);
 }
 #endif

@@ -1,8 +1,6 @@
 // Never may the bytes of a log make a command that reads it crash, go on for ever or leave another way than with the status
 // 0, 1 or 3, or make two commands, or a command and the library, tell different things about what it holds.
 
-#include <nlohmann/json.hpp>
-
 #include "database_rules.h"
 #include "fsyn_model.h"
 #include "fuzz_command.h"
@@ -11,15 +9,6 @@
 namespace {
 
 using JSON = nlohmann::json;
-
-std::vector<JSON> objects_of(const std::string& text) {
-   std::vector<JSON> objects;
-   for (const std::string_view line : fuzz_lines(text)) {
-      objects.push_back(JSON::parse(line, nullptr, false));
-      FUZZ_HOLDS(objects.back().is_object());
-   }
-   return objects;
-}
 
 /// What show says a database holds is what the rules of the format say.
 void check_shown_entries(std::string_view bytes, int status, const std::vector<JSON>& shown) {
@@ -46,7 +35,7 @@ void check_shown_records(std::string_view bytes, int status, const std::vector<J
 void check_counts(const std::string& path, const std::string& format, std::size_t items, bool is_readable) {
    const FUZZ_ANSWER stats = fuzz_run(add_stats, {"--json", "--as", format, path});
    FUZZ_HOLDS((stats.m_status == 0) == is_readable);
-   const std::vector<JSON> counted = objects_of(stats.m_output);
+   const std::vector<JSON> counted = fuzz_objects(stats.m_output);
    FUZZ_HOLDS(items == 0 || (counted.size() == 1 && counted[0].at("items") == items));
    const std::string count = std::to_string(items) + "\n";
    const int found = !is_readable ? 3 : items == 0 ? 1 : 0;
@@ -64,6 +53,58 @@ void check_search(const std::string& path, const std::string& format, const std:
    const FUZZ_ANSWER items = fuzz_run(add_grep, {"--json", "--as", format, pattern, path});
    FUZZ_HOLDS(lines.m_output == std::to_string(fuzz_lines(items.m_output).size()) + "\n");
    FUZZ_HOLDS(lines.m_status == items.m_status);
+}
+
+/// The texts that an item has in its fields, lists and slots among them.
+void add_texts(const JSON& value, std::vector<std::string>& texts) {
+   if (value.is_string()) {
+      texts.push_back(bytes_of_json_text(value.get_ref<const std::string&>()));
+   }
+   for (const JSON& element : value.is_structured() ? value : JSON::array()) {
+      add_texts(element, texts);
+   }
+}
+
+/// A node, or another text, to ask for: nothing in it means anything but itself.
+std::string name_of_an_item(const std::vector<JSON>& shown, std::size_t choice) {
+   std::vector<std::string> texts;
+   if (!shown.empty()) {
+      add_texts(shown[choice % shown.size()], texts);
+   }
+   std::string name = texts.empty() ? "top" : texts[choice / 7 % texts.size()];
+   std::erase_if(name, [](char byte) { return std::string_view("*?[\\").find(byte) != std::string_view::npos; });
+   // An instance of it, perhaps.
+   const std::size_t bar = name.rfind('|');
+   name.resize(choice / 5 % 2 == 0 || bar == std::string::npos ? name.size() : bar);
+   return name.empty() || name.ends_with('|') ? "top" : name;
+}
+
+/// What blame tells is what show tells when it is asked for these nodes.
+void check_blame_of(const std::string& path, const std::string& format, std::vector<std::string> blame,
+                    std::vector<std::string> show) {
+   blame.push_back(path);
+   show.insert(show.end(), {"--json", "--as", format, path});
+   blame.insert(blame.begin(), {"--json", "--as", format});
+   const FUZZ_ANSWER told = fuzz_run(add_blame, blame);
+   const FUZZ_ANSWER shown = fuzz_run(add_show, show);
+   FUZZ_HOLDS(told.m_status == shown.m_status);
+   std::vector<JSON> items = fuzz_objects(told.m_output);
+   for (JSON& item : items) {
+      FUZZ_HOLDS(item.at("file") == path);
+      item.erase("file");
+   }
+   FUZZ_HOLDS(items == fuzz_objects(shown.m_output));
+   blame.erase(blame.begin());
+   const FUZZ_ANSWER lines = fuzz_run(add_blame, blame);
+   FUZZ_HOLDS(lines.m_status == told.m_status && fuzz_lines(lines.m_output).size() == items.size());
+}
+
+void check_blame(const std::string& path, const std::string& format, const std::vector<JSON>& shown,
+                 std::size_t choice) {
+   const std::string name = name_of_an_item(shown, choice);
+   check_blame_of(path, format, {"*"}, {"--node=*"});
+   check_blame_of(path, format, {"--exact", "--", name}, {"--node=" + name});
+   check_blame_of(path, format, {"--", name}, {"--node=" + name, "--node=" + name + "|*"});
 }
 
 /// What has no second way of being found out must work all the same.
@@ -85,6 +126,8 @@ void check_another(const std::string& path, const std::string& format, std::size
        {add_grep, {"--glob", "*|*"}},
        {add_grep, {"-i", "--fixed", "Port"}},
        {add_grep, {"^$"}},
+       {add_blame, {"--color", "always", "*u?|*"}},
+       {add_blame, {"--exact", ""}},
        {add_summary, {}},
        {add_summary, {"--list", "--color", "always"}},
        {add_summary, {"--list", "--json"}},
@@ -104,14 +147,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
    const FUZZ_FILE file(bytes);
    for (const std::string& format : fuzz_formats()) {
       const FUZZ_ANSWER show = fuzz_run(add_show, {"--json", "--as", format, file.path()});
-      const std::vector<JSON> shown = objects_of(show.m_output);
+      const std::vector<JSON> shown = fuzz_objects(show.m_output);
       if (!is_packed) {
          (format == "logdb" ? check_shown_entries : check_shown_records)(bytes, show.m_status, shown);
          check_counts(file.path(), format, shown.size(), show.m_status == 0);
          check_search(file.path(), format, shown);
+         check_blame(file.path(), format, shown, fuzz_choice(bytes));
       }
       const FUZZ_ANSWER check = fuzz_run(add_check, {"--json", "--as", format, file.path()});
-      FUZZ_HOLDS((check.m_status == 1) == !objects_of(check.m_output).empty() || check.m_status == 3);
+      FUZZ_HOLDS((check.m_status == 1) == !fuzz_objects(check.m_output).empty() || check.m_status == 3);
       FUZZ_HOLDS(check.m_status != 0 || show.m_status == 0);
       check_another(file.path(), format, fuzz_choice(bytes));
    }

@@ -1,5 +1,7 @@
 #include "fuzz_command.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
@@ -79,6 +81,8 @@ STATUS run(void (*add)(COMMAND_TABLE&), const std::vector<std::string>& argument
    }
 }
 
+constexpr std::string_view border = "\n====\n";
+
 } // namespace
 
 FUZZ_ANSWER fuzz_run(void (*add)(COMMAND_TABLE&), const std::vector<std::string>& arguments) {
@@ -106,6 +110,54 @@ std::vector<std::string_view> fuzz_lines(std::string_view text) {
    return lines;
 }
 
+std::vector<nlohmann::json> fuzz_objects(const std::string& text) {
+   std::vector<nlohmann::json> objects;
+   for (const std::string_view line : fuzz_lines(text)) {
+      objects.push_back(nlohmann::json::parse(line, nullptr, false));
+      FUZZ_HOLDS(objects.back().is_object());
+   }
+   return objects;
+}
+
+bool fuzz_is_sound(const std::string& path, const std::string& format) {
+   // An unknown kind is kept as it is.
+   return fuzz_run(add_check, {"--errors-only", "--ignore", "LDB005", "--as", format, path}).m_status == 0;
+}
+
+std::vector<nlohmann::json> fuzz_items(const std::string& path, const std::string& format) {
+   std::vector<nlohmann::json> items = fuzz_objects(fuzz_run(add_show, {"--json", "--as", format, path}).m_output);
+   for (nlohmann::json& item : items) {
+      item.erase("number");
+      item.erase("line");
+   }
+   return items;
+}
+
+bool fuzz_is_marker(const nlohmann::json& item) {
+   constexpr std::array<std::string_view, 5> markers = {"REVISION_NUMBER", "PRE_PLACEMENT_FLOW",
+                                                        "POST_PLACEMENT_FLOW", "END_OF_LOG", "END_OF_LOG_PRINT"};
+   const auto& kind = item.at("kind").get_ref<const std::string&>();
+   return std::find(markers.begin(), markers.end(), kind) != markers.end();
+}
+
+std::string_view fuzz_behind_version(std::string_view bytes) {
+   const std::size_t end = bytes.find('\n');
+   return end == std::string_view::npos ? std::string_view() : bytes.substr(end + 1);
+}
+
+std::pair<std::string, std::string> fuzz_two_logs(std::string_view bytes) {
+   const std::size_t place = bytes.find(border);
+   if (place != std::string_view::npos) {
+      return {std::string(bytes.substr(0, place + 1)), std::string(bytes.substr(place + border.size()))};
+   }
+   std::string other(bytes);
+   if (!other.empty()) {
+      const std::size_t begin = other.rfind('\n', fuzz_choice(bytes) % other.size()) + 1;
+      other.erase(begin, other.find('\n', begin) + 1 - begin);
+   }
+   return {std::string(bytes), other};
+}
+
 std::size_t fuzz_choice(std::string_view bytes) {
    std::uint64_t hash = 14695981039346656037U;
    for (const char byte : bytes) {
@@ -123,4 +175,9 @@ bool fuzz_may_be_packed(std::string_view bytes) {
 std::size_t fuzz_mutate_log(std::uint8_t* data, std::size_t size, std::size_t most, unsigned int seed) {
    return seed % 2 == 0 ? fuzz_mutate_words(data, size, most, seed / 2, fsyn_words(), " \n")
                         : fuzz_mutate_words(data, size, most, seed / 2, database_words(), ",\n");
+}
+
+std::size_t fuzz_mutate_two_logs(std::uint8_t* data, std::size_t size, std::size_t most, unsigned int seed) {
+   return seed % 8 == 1 ? fuzz_mutate_words(data, size, most, seed / 8, {std::string(border)}, "\n")
+                        : fuzz_mutate_log(data, size, most, seed);
 }

@@ -190,6 +190,18 @@ class TerminalTest(unittest.TestCase):
                          "#3 DELETE_ATOM  x  deleted_names[0]=y\n#4 END_OF_LOG\n")
         self.assertEqual(process.wait(timeout=10), 0)
 
+    def test_tail_takes_no_keyword_for_one_that_may_still_go_on(self):
+        log = self.folder / "growing.fsyn"
+        log.write_bytes(b"PHYSICAL_SYNTHESIS_SET_USER_LCELL\na\nPHYSICAL_SYNTHESIS_DELETE_ATOM\nx\n"
+                        b"PHYSICAL_SYNTHESIS_SET_USER_LCELL")
+        process = self.follow("growing.fsyn")
+        self.assertEqual(process.stdout.readline(), "#1 SET_USER_LCELL  a\n")
+        time.sleep(0.25)
+        with log.open("ab") as file:
+            file.write(b"_2\nEND_OF_DELETE_ATOM\nPHYSICAL_SYNTHESIS_END_OF_LOG\n")
+        self.assertEqual(process.communicate(timeout=10),
+                         ("#2 DELETE_ATOM  x  deleted_names[0]=PHYSICAL_SYNTHESIS_SET_USER_LCELL_2\n#3 END_OF_LOG\n", ""))
+
     def follow(self, *arguments):
         process = subprocess.Popen(["logdb", "tail", "-f", *arguments], cwd=self.folder, env=self.environment,
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)

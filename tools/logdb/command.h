@@ -24,6 +24,9 @@ struct EXAMPLE {
    std::string m_meaning;
 };
 
+/// Stands behind a word of the command line that the parser has to leave as it is. No such word holds a zero byte.
+inline constexpr char word_shield = '\0';
+
 /// An option or argument of a command, while it is described. The commands know no more of the library that parses:
 /// its headers take longer to compile than all of them.
 class OPTION {
@@ -125,7 +128,7 @@ std::string manual_page(const COMMAND_TABLE& table, const COMMAND* command);
 std::string suggestion(const std::string& word, const std::vector<std::string>& candidates);
 
 /// Runs a command with the words behind its name. Help is printed; what makes no sense is told, with status USAGE.
-STATUS run_command(COMMAND& command, std::vector<std::string> arguments);
+STATUS run_command(COMMAND& command, const std::vector<std::string>& arguments);
 
 /// The same with all words behind the program's name: the first says which command.
 STATUS run_command_line(COMMAND_TABLE& table, std::vector<std::string> arguments);

@@ -42,6 +42,34 @@ std::string usage_complaint(const COMMAND& command, const std::vector<std::strin
    return what;
 }
 
+/// Whether a word is an option with a value, and an empty one: "--from=".
+bool is_empty_value(const COMMAND& command, const std::string& word) {
+   if (!word.starts_with("--") || !word.ends_with('=')) {
+      return false;
+   }
+   const CLI::Option* option = command.m_app->get_option_no_throw(word.substr(0, word.size() - 1));
+   return option != nullptr && option->get_type_size() != 0;
+}
+
+/// A command line in words that the parser takes for what they say. It would take the next word for an empty value, and
+/// a name between brackets for a list of several.
+std::vector<std::string> words_for_parser(const COMMAND& command, const std::vector<std::string>& arguments) {
+   std::vector<std::string> words;
+   bool has_options = true;
+   for (const std::string& argument : arguments) {
+      has_options = has_options && argument != "--";
+      if (has_options && is_empty_value(command, argument)) {
+         words.insert(words.end(), {argument.substr(0, argument.size() - 1), ""});
+         continue;
+      }
+      words.push_back(argument);
+      if (argument.starts_with('[') && argument.ends_with(']')) {
+         words.back() += word_shield;
+      }
+   }
+   return words;
+}
+
 std::string unknown_command(const std::string& word, const COMMAND_TABLE& table) {
    if (word.starts_with("-")) {
       return "there is no option " + word + suggestion(word, {"--help", "--version", "--manual"});
@@ -51,17 +79,19 @@ std::string unknown_command(const std::string& word, const COMMAND_TABLE& table)
 
 } // namespace
 
-STATUS run_command(COMMAND& command, std::vector<std::string> arguments) {
-   const std::vector<std::string> given = arguments;
+STATUS run_command(COMMAND& command, const std::vector<std::string>& arguments) {
    try {
-      std::reverse(arguments.begin(), arguments.end());
-      command.m_app->parse(arguments);
+      std::vector<std::string> words = words_for_parser(command, arguments);
+      std::reverse(words.begin(), words.end());
+      command.m_app->parse(words);
    } catch (const CLI::CallForHelp&) {
       print(help_text(command));
       return STATUS::FINE;
    } catch (const CLI::ParseError& error) {
-      tell(command.m_name + ": " + usage_complaint(command, given, error.what()) + "\nTry 'logdb " +
-           command.m_name + " --help'.");
+      std::string what = error.what();
+      std::erase(what, word_shield);
+      tell(command.m_name + ": " + usage_complaint(command, arguments, what) + "\nTry 'logdb " + command.m_name +
+           " --help'.");
       return STATUS::USAGE;
    }
    return command.m_run();
@@ -104,5 +134,5 @@ STATUS run_command_line(COMMAND_TABLE& table, std::vector<std::string> arguments
       print(manual_page(table, command));
       return STATUS::FINE;
    }
-   return run_command(*command, std::move(arguments));
+   return run_command(*command, arguments);
 }

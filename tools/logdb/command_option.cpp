@@ -4,6 +4,21 @@
 
 #include "command.h"
 
+namespace {
+
+std::string unshielded(std::string word) {
+   std::erase(word, word_shield);
+   return word;
+}
+
+/// What is wrong with a number: the parser takes -1 for a very large one.
+std::string number_complaint(const std::string& word) {
+   const bool is_number = !word.empty() && word.find_first_not_of("0123456789") == std::string::npos;
+   return is_number ? std::string() : "'" + word + "' is no number";
+}
+
+} // namespace
+
 OPTION& OPTION::required(bool is_required) {
    m_option->required(is_required);
    return *this;
@@ -30,7 +45,12 @@ OPTION& OPTION::comma_separated() {
 }
 
 OPTION& OPTION::positive() {
-   m_option->check(CLI::PositiveNumber);
+   m_option->check(CLI::Validator(
+       [](const std::string& word) {
+          const bool is_positive = word.find_first_not_of('0') != std::string::npos;
+          return is_positive ? std::string() : "'" + word + "' is too small; it begins with 1";
+       },
+       "", "positive"));
    return *this;
 }
 
@@ -65,15 +85,16 @@ bool OPTION::is_given() const {
 }
 
 OPTION COMMAND::add_option(const std::string& names, std::string& value, const std::string& text) {
-   return OPTION(*m_app->add_option(names, value, text));
+   return OPTION(*m_app->add_option(names, value, text)->transform(unshielded));
 }
 
 OPTION COMMAND::add_option(const std::string& names, std::vector<std::string>& values, const std::string& text) {
-   return OPTION(*m_app->add_option(names, values, text));
+   return OPTION(*m_app->add_option(names, values, text)->transform(unshielded));
 }
 
 OPTION COMMAND::add_option(const std::string& names, std::size_t& value, const std::string& text) {
-   return OPTION(*m_app->add_option(names, value, text));
+   CLI::Option* option = m_app->add_option(names, value, text)->transform(unshielded);
+   return OPTION(*option->check(CLI::Validator(number_complaint, "", "number")));
 }
 
 OPTION COMMAND::add_flag(const std::string& names, bool& value, const std::string& text) {

@@ -15,7 +15,8 @@
 namespace {
 
 bool is_kind(const std::string& name) {
-   const auto is_name = [&name](std::string_view kind) { return matches_glob(name, kind); };
+   // Two numbers have no kind, and so no name.
+   const auto is_name = [&name](std::string_view kind) { return !kind.empty() && matches_glob(name, kind); };
    const auto& entries = kind_names(LOG_FORMAT::DATABASE);
    const auto& records = kind_names(LOG_FORMAT::FSYN);
    return std::any_of(entries.begin(), entries.end(), is_name) ||

@@ -24,15 +24,16 @@ struct SPLIT_OPTIONS {
 
 constexpr std::size_t most_outputs = 500;
 
-/// A name that a file can have anywhere.
+/// A name that a file can have anywhere, with a number and an ending behind it.
 std::string file_name_of(std::string_view text) {
+   constexpr std::size_t longest_name = 200;
    std::string name;
    for (const char byte : text) {
       const bool is_plain = ('a' <= byte && byte <= 'z') || ('A' <= byte && byte <= 'Z') ||
                             ('0' <= byte && byte <= '9') || byte == '_' || byte == '-';
       name += is_plain ? byte : byte == '|' ? '.' : '_';
    }
-   return name.empty() ? "none" : name;
+   return name.empty() ? "none" : name.substr(0, longest_name);
 }
 
 class SPLIT {
@@ -152,7 +153,8 @@ private:
       }
       part.m_path =
           (std::filesystem::path(m_options.m_folder) / (name + "." + format_name(item.m_format))).string();
-      part.m_is_new = !std::filesystem::exists(part.m_path);
+      std::error_code ignored;
+      part.m_is_new = !std::filesystem::exists(part.m_path, ignored);
       part.m_sink = open_sink(part.m_path, {m_options.m_file}, false);
       part.m_sink->write(item.m_format == LOG_FORMAT::DATABASE ? version_line : marker_text(REVISION_NUMBER));
    }

@@ -111,6 +111,7 @@ std::string_view WORD_SOURCE::next_word() {
                                std::min(size, LOGDB_FSYN_FILE_STREAM::max_word_size));
    if (m_stops_at_keywords && m_is_first_on_line && !m_places.empty() && logdb_fsyn_kind_of_keyword(word) >= 0) {
       m_is_at_keyword = true;
+      m_keyword_end = end;
       m_is_out_of_words = true;
       return {};
    }
@@ -177,7 +178,8 @@ std::string_view WORD_SOURCE::next_on_line() {
 }
 
 bool WORD_SOURCE::is_last_word_ended() {
-   return has_byte();
+   // More of the keyword, and it may be none.
+   return m_is_at_keyword ? m_keyword_end < m_window.size() || (!m_is_at_end && more()) : has_byte();
 }
 
 std::string_view WORD_SOURCE::word(std::size_t index) const {

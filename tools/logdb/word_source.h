@@ -72,7 +72,8 @@ public:
    /// Whether the last byte of the file is a line feed, or the file is empty. Good at its end.
    bool ends_in_line_feed() const { return m_window.size() == 0 || m_window.end()[-1] == '\n'; }
 
-   /// Whether white space stands behind the last word, so that no more of it can come.
+   /// Whether white space stands behind the last word, or behind the keyword that was stopped at, so that no more of it
+   /// can come.
    bool is_last_word_ended();
 
    /// Reads to the end of the file and answers how many bytes that were.
@@ -91,6 +92,7 @@ private:
 
    INPUT_WINDOW m_window;
    std::size_t m_position = 0;     // of the next byte, from the beginning of the window
+   std::size_t m_keyword_end = 0;  // of the keyword that was stopped at
    std::size_t m_record_begin = 0; // of the record's first word
    std::uint64_t m_line = 1;
    std::uint64_t m_first_line = 1;

@@ -1,0 +1,127 @@
+// Never may a log make split crash, go on for ever or leave another way than with the status 0, or 3 for a log that check
+// finds an error in, which leaves nothing, and never may the parts have an error, hold an item twice, in another order or not
+// at all, or be for anything else than what they were asked for.
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+
+#include "fuzz_command.h"
+
+namespace {
+
+using JSON = nlohmann::json;
+using ITEMS = std::vector<JSON>;
+
+/// A name for a folder, and a folder for that.
+class PARTS_FOLDER {
+public:
+   PARTS_FOLDER() : m_path((std::filesystem::temp_directory_path() / "logdb_fuzz.XXXXXX").string()) {
+      FUZZ_HOLDS(::mkdtemp(m_path.data()) != nullptr);
+   }
+   ~PARTS_FOLDER() { std::filesystem::remove_all(m_path); }
+   PARTS_FOLDER(const PARTS_FOLDER&) = delete;
+   PARTS_FOLDER& operator=(const PARTS_FOLDER&) = delete;
+
+   std::string parts() const { return m_path + "/parts"; }
+
+private:
+   std::string m_path;
+};
+
+/// The items of a log without those that every part has of its own.
+ITEMS items_of(const std::string& path, const std::string& format) {
+   ITEMS items = fuzz_items(path, format);
+   if (format == "fsyn") {
+      std::erase_if(items, fuzz_is_marker);
+   }
+   return items;
+}
+
+/// Whether items stand among others in the same order.
+bool is_part_of(const ITEMS& part, const ITEMS& whole) {
+   auto place = whole.begin();
+   for (const JSON& item : part) {
+      place = std::find(place, whole.end(), item);
+      if (place == whole.end()) {
+         return false;
+      }
+      ++place;
+   }
+   return true;
+}
+
+/// What all items of a part have in common; empty for partitions, whose names are not compared.
+std::string meaning_of(const JSON& item, const std::string& by) {
+   const std::string phase = item.contains("phase") ? item.at("phase").get<std::string>() : "no phase";
+   return by == "kind" ? item.at("kind").get<std::string>() : by == "phase" ? phase : std::string();
+}
+
+void check_parts(const std::string& output, const std::string& folder, const std::string& format,
+                 const std::string& by, const ITEMS& whole) {
+   std::map<JSON, std::ptrdiff_t> left;
+   for (const JSON& item : whole) {
+      ++left[item];
+   }
+   std::size_t files = 0;
+   for (const std::string_view line : fuzz_lines(output)) {
+      const std::size_t tab = line.rfind('\t');
+      FUZZ_HOLDS(tab != std::string_view::npos);
+      const std::string path(line.substr(0, tab));
+      FUZZ_HOLDS(path.starts_with(folder + "/") && path.ends_with("." + format));
+      FUZZ_HOLDS(fuzz_is_sound(path, format));
+      const ITEMS part = items_of(path, format);
+      FUZZ_HOLDS(!part.empty() && line.substr(tab + 1) == std::to_string(part.size()));
+      FUZZ_HOLDS(is_part_of(part, whole));
+      for (const JSON& item : part) {
+         --left[item];
+         // Kinds without a name are in one file together.
+         FUZZ_HOLDS(meaning_of(item, by) == meaning_of(part.front(), by) || path.ends_with("/unknown." + format));
+      }
+      ++files;
+   }
+   FUZZ_HOLDS(std::all_of(left.begin(), left.end(), [](const auto& item) { return item.second == 0; }));
+   std::error_code error;
+   const std::filesystem::directory_iterator found(folder, error);
+   FUZZ_HOLDS(static_cast<std::size_t>(std::distance(begin(found), end(found))) == files);
+}
+
+void check_split(const FUZZ_FILE& file, const std::string& format, const std::string& by, std::size_t levels) {
+   const PARTS_FOLDER folder;
+   const FUZZ_ANSWER answer = fuzz_run(add_split, {"--by", by, "--levels", std::to_string(levels), "--as", format,
+                                                   "--directory", folder.parts(), file.path()});
+   FUZZ_HOLDS(answer.m_status == (fuzz_is_sound(file.path(), format) ? 0 : 3));
+   if (answer.m_status == 0) {
+      check_parts(answer.m_output, folder.parts(), format, by, items_of(file.path(), format));
+   } else {
+      FUZZ_HOLDS(answer.m_output.empty() && !std::filesystem::exists(folder.parts()));
+   }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+   FUZZ_HOST host;
+   const FUZZ_LEAK_CHECK leak_check;
+   const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+   if (fuzz_may_be_packed(bytes)) {
+      return 0;
+   }
+   const FUZZ_FILE file(bytes);
+   const std::vector<std::string> ways = {"kind", "partition", "phase"};
+   const std::size_t choice = fuzz_choice(bytes);
+   for (const std::string& format : fuzz_formats()) {
+      check_split(file, format, ways[choice % ways.size()], 1 + choice / ways.size() % 3);
+   }
+   FUZZ_HOLDS(file.bytes() == bytes);
+   return 0;
+}
+
+#ifdef LOGDB_FUZZER
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t most);
+
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t most,
+                                               unsigned int seed) {
+   return seed % 3 == 0 ? LLVMFuzzerMutate(data, size, most) : fuzz_mutate_log(data, size, most, seed / 3);
+}
+#endif
