@@ -1,6 +1,7 @@
 """Mutation testing of h/ and db/logdb/: see scripts/mutate."""
 
 import argparse
+import collections
 import json
 import os
 import pathlib
@@ -16,18 +17,22 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 EXPLAINED = "tests/mutants.txt"
 
+HOST_REPLACEMENTS = ["host_replacement_" + service for service in
+                     ("none", "cfg", "dbm", "fio", "gen", "mem", "msg", "xtl_hash_ops", "xtl_tokenizer")]
+
 # Which test programs look at which source; the first pattern that fits counts. Those that are quick come first.
 DATABASE_TESTS = [
     "logdb_database_entries_test", "logdb_database_writer_test", "logdb_database_reader_test",
     "logdb_database_lifecycle_test", "logdb_database_files_test", "logdb_database_partition_test",
     "logdb_database_streams_test", "logdb_database_bad_input_test", "logdb_database_failing_system_test",
     "replay_database_reader", "replay_database_writer", "replay_partition", "format_samples_test",
-    "logdb_database_properties_test",
-]
+    "logdb_database_properties_test", "logdb_database_cut_test",
+] + HOST_REPLACEMENTS
 LOG_TESTS = [
     "fsyn_writer_test", "fsyn_reader_test", "fsyn_record_classes_test", "fsyn_log_file_test", "fsyn_append_file_test",
     "fsyn_system_calls_test", "fsyn_failing_system_test", "replay_fsyn_reader", "replay_fsyn_records",
     "replay_append_file", "format_samples_test", "fsyn_cut_test", "fsyn_properties_test",
+    "host_replacement_none", "host_replacement_fio", "host_replacement_mem", "host_replacement_msg",
 ]
 PROGRAMS = [
     (r"db/logdb/logdb_database\.", DATABASE_TESTS),
@@ -35,8 +40,10 @@ PROGRAMS = [
     (r"db/logdb/logdb_report\.h", DATABASE_TESTS + LOG_TESTS),
     (r"h/logdb_fsyn_", LOG_TESTS),
     (r"h/.*translator_auto\.", ["translators_test", "replay_translators"] + DATABASE_TESTS),
-    (r"h/xtl_hash\.h", ["xtl_hash_test", "replay_hash", "translators_test", "logdb_database_failing_system_test"]),
-    (r"h/mem_alloc_sys\.", ["allocation_operator_test", "host_memory_test"] + DATABASE_TESTS),
+    (r"h/xtl_hash\.h", ["xtl_hash_test", "replay_hash", "translators_test", "logdb_database_failing_system_test",
+                     "host_replacement_none", "host_replacement_mem", "host_replacement_xtl_hash_ops"]),
+    (r"h/mem_alloc_sys\.",
+     ["allocation_operator_test", "host_memory_test", "host_out_of_memory_test"] + DATABASE_TESTS),
     (r"h/logdb", DATABASE_TESTS + ["translators_test"]),
 ]
 
@@ -47,9 +54,14 @@ class Mutant:
         self.old = old
         self.new = new
         self.what = what
+        self.occurrence = 0  # how many places in front of this one, in the same source, read alike
 
     def key(self):
         return self.file, self.old.strip(), self.new.strip()
+
+    def place(self):
+        """What tells the mutant apart from all others, wherever the line has moved to."""
+        return *self.key(), self.what, self.occurrence
 
     def changes_layout(self):
         """Whether objects, or the meaning of their numbers, may differ from what was compiled before."""
@@ -139,10 +151,15 @@ def line_mutants(file, number, line, before):
 
 
 def all_mutants(files):
+    seen = collections.Counter()
     for file in files:
         lines = (ROOT / file).read_text().split("\n")
         for number, line in enumerate(lines):
-            yield from line_mutants(file, number, line, lines[number - 1] if number else "")
+            for mutant in line_mutants(file, number, line, lines[number - 1] if number else ""):
+                likes = (*mutant.key(), mutant.what)
+                mutant.occurrence = seen[likes]
+                seen[likes] += 1
+                yield mutant
 
 
 def source_files():
@@ -170,6 +187,21 @@ class Step:
         self.inputs = inputs
         self.outputs = outputs
         self.command = ""
+
+
+def run_to_end(command, patience=None, **options):
+    """The status of a process, None when it does not end in time. Nothing that it started stays behind, not even when
+    this script is ended."""
+    process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True,
+                               **options)
+    try:
+        return process.wait(timeout=patience)
+    except subprocess.TimeoutExpired:
+        return None
+    finally:
+        if process.returncode is None:
+            os.killpg(process.pid, signal.SIGKILL)
+            process.wait()
 
 
 class Build:
@@ -235,9 +267,7 @@ class Build:
             kept = self.folder / (output + ".kept")
             shutil.copy2(self.folder / output, kept)
             self.old[output] = kept
-        done = subprocess.run(step.command, shell=True, cwd=self.folder, stdout=subprocess.DEVNULL,
-                              stderr=subprocess.DEVNULL, check=False)
-        return done.returncode == 0
+        return run_to_end(step.command, shell=True, cwd=self.folder) == 0
 
 
 def keep_small():
@@ -308,19 +338,14 @@ class Tree:
         executable = self.build_folder / self.path(program)
         if program.startswith("replay_"):
             return [executable, self.folder / "fuzz/corpus" / program[len("replay_"):], self.folder / "docs/samples"]
+        if program.startswith("host_replacement_"):
+            return [executable, program[len("host_replacement_"):]]
         return [executable, "--gtest_brief=1", "--gtest_fail_fast"]
 
     def notices(self, program):
         """Whether the program ends in another way than well, or does not end."""
         patience = 5 + 20 * self.seconds.get(program, 5)
-        process = subprocess.Popen(self.command(program), cwd=self.build_folder, stdout=subprocess.DEVNULL,
-                                   stderr=subprocess.DEVNULL, preexec_fn=keep_small, start_new_session=True)
-        try:
-            return process.wait(timeout=patience) != 0
-        except subprocess.TimeoutExpired:
-            os.killpg(process.pid, signal.SIGKILL)
-            process.wait()
-            return True
+        return run_to_end(self.command(program), patience, cwd=self.build_folder, preexec_fn=keep_small) != 0
 
     def in_order(self, file):
         """The programs for a source; first what noticed most in the least time."""
@@ -389,6 +414,63 @@ def explained_mutants():
     return explained
 
 
+class Results:
+    """What became of the mutants that were tried; with a file, in the runs before, too."""
+
+    INVALID = "does not compile"
+    UNNOTICED = "unnoticed"
+    PLACE = ("file", "old", "new", "what", "occurrence")
+
+    def __init__(self, path):
+        self.path = path
+        self.of_place = {}
+        for line in path.read_text().splitlines() if path is not None and path.exists() else []:
+            entry = json.loads(line)
+            self.of_place[tuple(entry[name] for name in self.PLACE)] = entry["result"]
+
+    def add(self, mutant, result, seconds):
+        self.of_place[mutant.place()] = result
+        if self.path is not None:
+            entry = dict(zip(self.PLACE, mutant.place()), result=result, seconds=round(seconds, 1))
+            with self.path.open("a") as file:
+                file.write(json.dumps(entry) + "\n")
+
+    def settles(self, mutant, explained):
+        """Whether there is nothing to try: a hole may have been given a test since it was found."""
+        result = self.of_place.get(mutant.place(), self.UNNOTICED)
+        return result != self.UNNOTICED or mutant.place() in self.of_place and mutant.key() in explained
+
+    def kind(self, mutant, explained):
+        """As what the mutant counts."""
+        result = self.of_place.get(mutant.place())
+        if result == self.UNNOTICED:
+            return "explained" if mutant.key() in explained else "unnoticed"
+        return {None: "not tried", self.INVALID: "invalid"}.get(result, "noticed")
+
+
+def summarize(mutants, results, explained):
+    """Prints what is known of the mutants, and each that nobody noticed or explained; the status of the script."""
+    counts = collections.defaultdict(collections.Counter)
+    for mutant in mutants:
+        counts[mutant.file].update(["places", results.kind(mutant, explained)])
+    counts["in all"] = sum(counts.values(), collections.Counter())
+    print()
+    for name, of_file in counts.items():
+        tried = of_file["places"] - of_file["not tried"]
+        if tried:
+            print(f"{name}: {tried} of {of_file['places']} mutants: {of_file['invalid']} do not compile, "
+                  f"{of_file['noticed']} noticed, {of_file['explained']} unnoticed and explained, "
+                  f"{of_file['unnoticed']} unnoticed")
+    caught = counts["in all"]["noticed"]
+    survivors = [mutant for mutant in mutants if results.kind(mutant, explained) == "unnoticed"]
+    seen = caught + len(survivors)
+    share = 100.0 * caught / seen if seen else 100.0
+    print(f"{share:.1f} % of {seen} noticed")
+    for mutant in survivors:
+        print(f"file {mutant.file}\n- {mutant.old.strip()}\n+ {mutant.new.strip()}\n")
+    return 1 if survivors or share < 95 else 0
+
+
 def main():
     parser = argparse.ArgumentParser(prog="scripts/mutate")
     parser.add_argument("count", nargs="?", default="20", help="how many places, or 'all'")
@@ -397,21 +479,29 @@ def main():
     parser.add_argument("--list", action="store_true", help="print the places and change nothing")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="for the first build")
     parser.add_argument("--minutes", type=float, help="end after so long, with the mutants that were tried")
+    parser.add_argument("--results", type=pathlib.Path,
+                        help="a file for what becomes of each mutant, so that a later run goes on where this one ended")
     parser.add_argument("--folder", type=pathlib.Path, default=ROOT / "build/mutate",
                         help="where the copy is made and built")
     options = parser.parse_args()
 
     files = options.file or source_files()
-    mutants = list(all_mutants(files))
-    total = len(mutants)
+    every_mutant = list(all_mutants(files))
+    explained = explained_mutants()
+    results = Results(options.results)
+    mutants = every_mutant.copy()
     random.Random(options.seed).shuffle(mutants)
+    mutants = [mutant for mutant in mutants if not results.settles(mutant, explained)]
     if options.count != "all":
         mutants = mutants[:int(options.count)]
     if options.list:
         for mutant in mutants:
             print(mutant)
-        print(f"{len(mutants)} of {total} mutants")
+        print(f"{len(mutants)} of {len(every_mutant)} mutants")
         return 0
+
+    if not mutants:
+        return summarize(every_mutant, results, explained)
 
     # Whoever ends this from outside must not leave a mutant in the copy.
     signal.signal(signal.SIGTERM, lambda *_: sys.exit("ended from outside"))
@@ -424,39 +514,23 @@ def main():
     if unhappy:
         sys.exit(f"the tests fail as they are: {' '.join(unhappy)}")
 
-    explained = explained_mutants()
-    caught = invalid = accepted = 0
-    survivors = []
     begin = time.monotonic()
     for number, mutant in enumerate(mutants, 1):
         start = time.monotonic()
         if options.minutes is not None and start - begin > 60 * options.minutes:
-            mutants = mutants[:number - 1]
             break
         noticed_by = tree.try_mutant(mutant)
-        if noticed_by is None:
-            invalid += 1
-            result = "does not compile"
-        elif noticed_by:
-            caught += 1
-            result = f"noticed by {noticed_by}"
-            if mutant.key() in explained:
-                result += f"; {EXPLAINED} says that no test can"
-        elif mutant.key() in explained:
-            accepted += 1
-            result = f"unnoticed, explained: {explained[mutant.key()]}"
-        else:
-            survivors.append(mutant)
-            result = "UNNOTICED"
-        print(f"{number}/{len(mutants)} {mutant}\n   {result} ({time.monotonic() - start:.1f} s)", flush=True)
-
-    tried = caught + len(survivors)
-    share = 100.0 * caught / tried if tried else 0.0
-    print(f"\n{len(mutants)} of {total} mutants: {invalid} do not compile, {caught} noticed, {accepted} unnoticed and "
-          f"explained, {len(survivors)} unnoticed: {share:.1f} % of {tried}")
-    for mutant in survivors:
-        print(f"file {mutant.file}\n- {mutant.old.strip()}\n+ {mutant.new.strip()}\n")
-    return 1 if survivors or share < 95 else 0
+        seconds = time.monotonic() - start
+        result = (Results.INVALID if noticed_by is None else
+                  f"noticed by {noticed_by}" if noticed_by else Results.UNNOTICED)
+        results.add(mutant, result, seconds)
+        if mutant.key() in explained:
+            result += (f", explained: {explained[mutant.key()]}" if result == Results.UNNOTICED else
+                       f"; {EXPLAINED} says that no test can" if noticed_by else "")
+        elif result == Results.UNNOTICED:
+            result = result.upper()
+        print(f"{number}/{len(mutants)} {mutant}\n   {result} ({seconds:.1f} s)", flush=True)
+    return summarize(every_mutant, results, explained)
 
 
 if __name__ == "__main__":

@@ -1,10 +1,13 @@
 // append_file: one log copied to the end of another, record by record.
 
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <fstream>
 
 #include "fsyn_log_fixture.h"
 
@@ -198,6 +201,32 @@ TEST_F(FSYN_APPEND_FILE, a_host_that_throws_from_a_report_leaves_nothing_behind)
    host_set_internal_error_handler(old);
    EXPECT_EQ(read_file("log.fsyn"),
              "PHYSICAL_SYNTHESIS_RESET_DELAY_CHAIN\na_name_that_needs_storage_of_its_own 1 2 3\n");
+}
+
+TEST_F(FSYN_APPEND_FILE, what_another_log_is_given_while_it_is_copied_is_copied_too) {
+   write_file("other.fsyn", std::string(user_lcell) + "early\nstray\n");
+   m_log.print_line("first");
+   HOST_INTERNAL_ERROR_HANDLER old =
+       host_set_internal_error_handler([](const char*, const char*, const char*, int) {
+          std::ofstream("other.fsyn", std::ios::app) << user_lcell << "late\n";
+       });
+   EXPECT_TRUE(m_log.append_file("other.fsyn"));
+   host_set_internal_error_handler(old);
+   EXPECT_EQ(read_file("log.fsyn"), "first\n" + std::string(user_lcell) + "early\n" + user_lcell + "late\n");
+}
+
+TEST_F(FSYN_APPEND_FILE, a_log_that_comes_through_a_pipe_is_copied_to_its_end) {
+   ASSERT_EQ(::mkfifo("pipe.fsyn", 0600), 0);
+   m_log.print_line("first");
+   EXPECT_TRUE(ends_with_true([this] {
+      const std::string text = std::string(user_lcell) + "n\nstray\n";
+      // Both ends, so that nothing waits for somebody to open the other; the report of the stray word closes them.
+      const int pipe = ::open("pipe.fsyn", O_RDWR);
+      host_set_internal_error_handler([pipe](const char*, const char*, const char*, int) { ::close(pipe); });
+      return ::write(pipe, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
+             m_log.append_file("pipe.fsyn");
+   }));
+   EXPECT_EQ(read_file("log.fsyn"), "first\n" + std::string(user_lcell) + "n\n");
 }
 
 // ---- A log that is appended to itself

@@ -14,12 +14,17 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "fsyn_log_fixture.h"
 #include "logdb_fsyn_database.h"
 
 namespace {
+
+// It holds a file and its buffer.
+static_assert(!std::is_copy_constructible_v<LOGDB_FSYN_FILE_STREAM>);
+static_assert(!std::is_copy_assignable_v<LOGDB_FSYN_FILE_STREAM>);
 
 constexpr int unlimited = std::numeric_limits<int>::max();
 

@@ -25,6 +25,7 @@ const std::string end_word = "LOGDB_FSYN_EOF";
 
 static_assert(!std::is_polymorphic_v<LOGDB_FSYN_LOG_FILE>);
 static_assert(std::is_copy_constructible_v<LOGDB_FSYN_LOG_FILE>);
+static_assert(!std::is_copy_assignable_v<LOGDB_FSYN_LOG_FILE>);
 static_assert(std::is_pointer_v<decltype(LOGDB_FSYN_LOG_FILE::m_file_stream)>);
 static_assert(std::is_same_v<decltype(LOGDB_FSYN_LOG_FILE::m_file_name), MEM_STRING>);
 static_assert(std::is_same_v<decltype(LOGDB_FSYN_LOG_FILE::m_enabled), bool>);

@@ -1,6 +1,7 @@
 #include "xtl_hash.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cstddef>
 #include <cstdlib>
@@ -38,6 +39,8 @@ static_assert(std::is_same_v<decltype(STRING_HASH::m_ops), XTL_CASE_INSENSITIVE_
 static_assert(offsetof(STRING_HASH, m_collisions) == 28);
 static_assert(std::is_same_v<decltype(STRING_HASH::m_collisions), unsigned int>);
 static_assert(!std::is_polymorphic_v<STRING_HASH>);
+static_assert(!std::is_copy_constructible_v<STRING_HASH>);
+static_assert(!std::is_copy_assignable_v<STRING_HASH>);
 
 using STRING_ITERATOR = decltype(std::declval<const STRING_HASH&>().end());
 static_assert(std::is_standard_layout_v<STRING_ITERATOR>);
@@ -64,6 +67,12 @@ static_assert(std::is_same_v<decltype(&XTL_CASE_INSENSITIVE_CSTR_OPS::hash),
 static_assert(std::is_same_v<decltype(&XTL_CASE_INSENSITIVE_CSTR_OPS::equal),
                              bool (XTL_CASE_INSENSITIVE_CSTR_OPS::*)(const char*, const char*) const>);
 static_assert(std::is_same_v<decltype(&xtl_hash_50_percent_increase_size), unsigned long (*)(unsigned long)>);
+
+/// How many bytes of the C library's heap are in use.
+std::size_t bytes_of_the_heap() {
+   const struct mallinfo2 heap = ::mallinfo2();
+   return heap.uordblks + heap.hblkhd;
+}
 
 /// Distinct keys that stay where they are.
 class KEYS {
@@ -563,6 +572,40 @@ TEST(XTL_HASH, growing_sets_the_collisions_to_0_and_resize_without_growth_leaves
    EXPECT_EQ(hash.m_collisions, 0u);
    const CHAINS chains = chains_of(hash);
    EXPECT_EQ(chains[5].size(), 3u);
+}
+
+/// A value that counts how many of its like there are.
+struct COUNTED_VALUE {
+   COUNTED_VALUE() { ++count; }
+   COUNTED_VALUE(const COUNTED_VALUE& /*other*/) { ++count; }
+   COUNTED_VALUE& operator=(const COUNTED_VALUE& /*other*/) = default;
+   ~COUNTED_VALUE() { --count; }
+
+   static inline int count = 0;
+};
+
+TEST(XTL_HASH, the_elements_of_every_bucket_go_with_their_map) {
+   const int before = COUNTED_VALUE::count;
+   {
+      XTL_HASH<const char*, COUNTED_VALUE, FORESEEN_OPS> hash;
+      for (const char* key : {"0:a", "0:b", "1:a", "1:b", "2:a", "60:a", "60:b"}) {
+         hash[key];
+      }
+      EXPECT_EQ(COUNTED_VALUE::count, before + 7);
+   }
+   EXPECT_EQ(COUNTED_VALUE::count, before);
+}
+
+TEST(XTL_HASH, a_map_gives_the_memory_of_all_its_bucket_arrays_back) {
+   constexpr unsigned long element_count = 100000;
+   const std::size_t before = bytes_of_the_heap();
+   for (int round = 0; round < 10; ++round) {
+      STRING_HASH hash;
+      hash.resize(element_count);
+      hash.resize(2 * element_count);
+   }
+   // Where the figures are not those of the heap, under a sanitizer or valgrind, lost blocks are looked for anyway.
+   EXPECT_LT(bytes_of_the_heap(), before + element_count * sizeof(STRING_NODE*));
 }
 
 TEST(XTL_HASH, the_growth_size_is_at_least_half_as_large_again) {

@@ -122,8 +122,8 @@ private:
       if (m_options.m_on_conflict == "fail") {
          throw TOOL_ERROR(STATUS::FINDINGS, display_name(m_paths[decided_by]) + " and " +
                                                 display_name(m_paths[file]) + " decide differently: line " +
-                                                std::to_string(item.m_line) + ": " + line_of(item) +
-                                                "\nNothing was written; --on-conflict says what to do.");
+                                                std::to_string(item.m_line) + ": " + line_of(item) + "\n" +
+                                                output_is_lost() + "; --on-conflict says what to do.");
       }
       return m_options.m_on_conflict == "all" || (m_options.m_on_conflict == "last" && is_last);
    }

@@ -24,6 +24,9 @@ namespace {
 
 constexpr std::size_t output_block = std::size_t{1} << 16U;
 
+/// Whether bytes went to where they stay, whatever becomes of the command.
+bool a_part_is_out = false;
+
 void write_all(int file, std::string_view bytes, const std::string& name) {
    while (!bytes.empty()) {
       const ssize_t written = ::write(file, bytes.data(), bytes.size());
@@ -108,6 +111,7 @@ std::string lines_for_terminal(std::string_view bytes) {
 /// output.
 class STANDARD_SINK : public BLOCK_SINK {
    void hand_over(const std::string& bytes) override {
+      a_part_is_out = a_part_is_out || !bytes.empty();
       if (!bytes.empty() && ::isatty(STDOUT_FILENO) == 1) {
          PROGRESS::silence();
          write_all(STDOUT_FILENO, lines_for_terminal(bytes), "standard output");
@@ -131,7 +135,10 @@ public:
    DIRECT_SINK& operator=(const DIRECT_SINK&) = delete;
 
 private:
-   void hand_over(const std::string& bytes) override { write_all(m_file, bytes, m_path); }
+   void hand_over(const std::string& bytes) override {
+      a_part_is_out = a_part_is_out || !bytes.empty();
+      write_all(m_file, bytes, m_path);
+   }
 
    std::string m_path;
    int m_file;
@@ -502,6 +509,10 @@ std::unique_ptr<SINK> open_plain_sink(const std::string& path) {
 }
 
 } // namespace
+
+const char* output_is_lost() {
+   return a_part_is_out ? "What was written is not whole" : "Nothing was written";
+}
 
 std::unique_ptr<SINK> open_sink(const std::string& path, const std::vector<std::string>& inputs, bool in_place) {
    if (path == "-") {

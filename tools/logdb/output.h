@@ -23,6 +23,10 @@ public:
    virtual void close() = 0;
 };
 
+/// How a command that stops says what became of its output: that nothing was written, or, where the first bytes went
+/// somewhere that does not give them back, that it is not whole.
+const char* output_is_lost();
+
 /// How output may look.
 enum class COLOUR_CHOICE { AUTO, ALWAYS, NEVER };
 

@@ -67,7 +67,7 @@ private:
    [[noreturn]] void refuse(const LOG_ITEM& item, int rule, const std::string& what) const {
       throw TOOL_ERROR(STATUS::INPUT, display_name(m_options.m_file) + ":" + std::to_string(item.m_line) +
                                           ": would not read back: " + rule_name(rule) + ": " +
-                                          find_rule(rule)->m_title + ": " + what + "\nNothing was written.");
+                                          find_rule(rule)->m_title + ": " + what + "\n" + output_is_lost() + ".");
    }
 
    /// The new name. A node that is the old root becomes the new one.

@@ -111,8 +111,8 @@ LOG_FORMAT for_each_sound_item(const std::string& path, std::optional<LOG_FORMAT
       // What a copy of the bytes does not lose is no reason to stop.
       constexpr int unknown_kind = 5;
       if (finding.is_error() && finding.m_rule != unknown_kind) {
-         throw TOOL_ERROR(STATUS::INPUT, finding_text(display_name(path), finding) +
-                                             "\nNothing was written; 'logdb salvage' keeps what is whole.");
+         throw TOOL_ERROR(STATUS::INPUT, finding_text(display_name(path), finding) + "\n" + output_is_lost() +
+                                             "; 'logdb salvage' keeps what is whole.");
       }
    });
 }
