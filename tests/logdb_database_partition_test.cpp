@@ -214,6 +214,13 @@ TEST_F(LOGDB_DATABASE_PARTITION, names_are_prefixed_once_a_load) {
    EXPECT_EQ(loaded_again("top"), (ENTRIES{{DSP_BALANCING_IMPLEMENTATION, {"g", "top|a"}}}));
 }
 
+TEST_F(LOGDB_DATABASE_PARTITION, a_prefixed_name_takes_no_more_room_than_it_needs) {
+   loaded_from("DSP_BALANCING_IMPLEMENTATION,g,u1|multiplier[17]~DUPLICATE,\n", "top|core:cpu");
+   const MEM_STRING& name = LOGDB_DATABASE::get_database()->get_entry(0)->m_data_vector[1];
+   EXPECT_EQ(name, "top|core:cpu|u1|multiplier[17]~DUPLICATE");
+   EXPECT_EQ(name.capacity(), name.size());
+}
+
 TEST_F(LOGDB_DATABASE_PARTITION, a_file_that_fails_to_read_is_not_prefixed) {
    LOGDB_DATABASE::initialize("revision", LOGDB_DB_TYPE_CMP);
    write_file(file(), "v1\nDSP_BALANCING_IMPLEMENTATION,g,a,\ncut");

@@ -294,6 +294,15 @@ TEST_F(LOGDB_DATABASE_WRITER, separators_in_a_long_line_are_found_wherever_they_
    }
 }
 
+TEST_F(LOGDB_DATABASE_WRITER, separators_in_a_field_are_found_among_thousands_of_empty_fields) {
+   // Eight counters of one byte each that overflowed would lose 2048 of the separators in this line.
+   std::vector<std::string> fields(2101);
+   fields.front() = std::string(2048, ',');
+   add_plain({IO_RULES, fields});
+   EXPECT_EQ(database_text(), "v1\nIO_RULES" + std::string(4150, ',') + "\n");
+   EXPECT_EQ(events(), (EVENTS{has_separator, "Wrote log database with 1 entries"}));
+}
+
 TEST_F(LOGDB_DATABASE_WRITER, what_the_stream_held_stays_in_front) {
    add_plain({IO_RULES, {"a"}});
    std::ostringstream out;

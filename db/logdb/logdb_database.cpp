@@ -832,7 +832,6 @@ bool LOGDB_DATABASE_IMPL::read_line(std::istream* in, MEM_STRING* line) {
       return true;
    }
    static char buffer[line_buffer_size];
-   buffer[0] = '\0';
    in->getline(buffer, sizeof buffer);
    *line = buffer;
    return in->good();
@@ -888,7 +887,7 @@ void LOGDB_DATABASE_IMPL::prepend_partition_hpath_to_entry(const MEM_STRING& par
    for (MEM_STRING& field : entry->m_data_vector) {
       if (is_node_name(entry->m_entry_type, position++)) {
          m_hpath_buffer.assign(partition_root).append(1, hierarchy_separator).append(field);
-         field = m_hpath_buffer;
+         field = MEM_STRING(m_hpath_buffer); // with no more room than it needs
       }
    }
 }
