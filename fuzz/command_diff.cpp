@@ -69,11 +69,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
    return 0;
 }
 
-#ifdef LOGDB_FUZZER
-extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t most);
-
-extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t most,
-                                               unsigned int seed) {
-   return seed % 3 == 0 ? LLVMFuzzerMutate(data, size, most) : fuzz_mutate_two_logs(data, size, most, seed / 3);
-}
-#endif
+FUZZ_MUTATOR(fuzz_mutate_two_logs)

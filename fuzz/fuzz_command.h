@@ -66,4 +66,17 @@ std::size_t fuzz_mutate_log(std::uint8_t* data, std::size_t size, std::size_t mo
 /// The same for two logs with a line of equal signs between them.
 std::size_t fuzz_mutate_two_logs(std::uint8_t* data, std::size_t size, std::size_t most, unsigned int seed);
 
+/// In a target: where there is a fuzzer, one time in three it changes bytes as it likes, and otherwise as a mutator of these
+/// does.
+#ifdef LOGDB_FUZZER
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t most);
+#define FUZZ_MUTATOR(mutator)                                                                                     \
+   extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t most,         \
+                                                  unsigned int seed) {                                            \
+      return seed % 3 == 0 ? LLVMFuzzerMutate(data, size, most) : mutator(data, size, most, seed / 3);            \
+   }
+#else
+#define FUZZ_MUTATOR(mutator)
+#endif
+
 #endif

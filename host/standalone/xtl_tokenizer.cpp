@@ -37,27 +37,26 @@ class PART {
 public:
    static constexpr std::size_t longest_without_storage = 15;
 
-   /// \param readable  the piece, and as many bytes behind it as make it longest_without_storage, whatever they are
-   PART(const char* begin, std::size_t size, const char* readable)
-       : m_begin(begin), m_size(size), m_readable(readable) {}
+   /// \param bytes  the piece; behind one that is shorter than longest_without_storage as many bytes as make it so
+   ///               long, whatever they are
+   PART(const char* bytes, std::size_t size) : m_bytes(bytes), m_size(size) {}
 
    /// The string is made where it is to be, not moved there.
    operator MEM_STRING() const {
-      return m_size <= longest_without_storage ? short_string() : MEM_STRING(m_begin, m_size);
+      return m_size <= longest_without_storage ? short_string() : MEM_STRING(m_bytes, m_size);
    }
 
 private:
    /// A short piece is copied with the bytes behind it, which are dropped again: a copy of a fixed size needs neither a
    /// call nor a loop.
    MEM_STRING short_string() const {
-      MEM_STRING string(m_readable, longest_without_storage);
+      MEM_STRING string(m_bytes, longest_without_storage);
       string.resize(m_size);
       return string;
    }
 
-   const char* m_begin;
+   const char* m_bytes;
    std::size_t m_size;
-   const char* m_readable;
 };
 
 /// A text, of which any piece can be read with bytes behind it.
@@ -74,9 +73,10 @@ public:
       }
    }
 
+   /// A piece of the text; what is too long for the copy of the end does not begin in it.
    PART part(const char* begin, const char* end) const {
       const char* const readable = begin < m_tail_begin ? begin : m_tail.data() + (begin - m_tail_begin);
-      return {begin, static_cast<std::size_t>(end - begin), readable};
+      return {readable, static_cast<std::size_t>(end - begin)};
    }
 
    const char* m_base = nullptr; ///< what places are counted from
