@@ -25,6 +25,7 @@ DATABASE_TESTS = [
     "logdb_database_entries_test", "logdb_database_writer_test", "logdb_database_reader_test",
     "logdb_database_lifecycle_test", "logdb_database_files_test", "logdb_database_partition_test",
     "logdb_database_streams_test", "logdb_database_bad_input_test", "logdb_database_failing_system_test",
+    "logdb_database_system_calls_test",
     "replay_database_reader", "replay_database_writer", "replay_partition", "format_samples_test",
     "logdb_database_properties_test", "logdb_database_cut_test",
 ] + HOST_REPLACEMENTS
