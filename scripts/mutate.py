@@ -266,7 +266,8 @@ class Build:
             return True
         for output in step.outputs:
             kept = self.folder / (output + ".kept")
-            shutil.copy2(self.folder / output, kept)
+            # A link stays one: what it leads to is another library by now.
+            shutil.copy2(self.folder / output, kept, follow_symlinks=False)
             self.old[output] = kept
         return run_to_end(step.command, shell=True, cwd=self.folder) == 0
 
