@@ -19,10 +19,11 @@
 
 #define LOGDB_SOURCE_FILE "logdb_database"
 
-// The domain is registered first and unregistered last, around everything that uses memory.
-static const MEM_INITIALIZER logdb_memory_initializer("LOGDB");
+// The domain is registered first and unregistered last, around everything that uses memory. In a program that holds the
+// library, static objects of its own may use a database before any of an ordinary priority is made, and after those end.
+[[gnu::init_priority(200)]] static const MEM_INITIALIZER logdb_memory_initializer("LOGDB");
 
-MEM_STRING logdb_revision_name;
+[[gnu::init_priority(200)]] MEM_STRING logdb_revision_name;
 LOGDB_DB_TYPE logdb_db_type = LOGDB_DB_TYPE_NONE;
 char logdb_filename_singleton[1024];
 static LOGDB_DATABASE* logdb_database_singleton = nullptr;
