@@ -17,6 +17,8 @@
 
 namespace {
 
+static_assert(!std::is_copy_constructible_v<LOGDB_DATABASE_IMPL> &&
+              !std::is_copy_assignable_v<LOGDB_DATABASE_IMPL>);
 static_assert(std::is_same_v<decltype(LOGDB_DATABASE_FIELD_SEPARATOR), const char[2]>);
 static_assert(std::is_same_v<decltype(&LOGDB_DATABASE_IMPL::write_string),
                              void (LOGDB_DATABASE_IMPL::*)(std::ostream*, const MEM_STRING&) const>);
@@ -274,6 +276,23 @@ TEST_F(LOGDB_DATABASE_WRITER, lines_about_as_long_as_any_buffer_are_written_whol
              << length;
       }
    }
+}
+
+TEST_F(LOGDB_DATABASE_WRITER, fields_that_only_together_are_longer_than_any_buffer_are_written_whole) {
+   const PLAIN_ENTRY entry = {IO_RULES, std::vector<std::string>(40, std::string(100000, 'f'))};
+   std::string line = "IO_RULES,";
+   for (const std::string& field : entry.m_fields) {
+      line += field + ",";
+   }
+   add_plain({IO_RULES, {"a"}});
+   add_plain(entry);
+   add_plain({IO_RULES, {"b"}});
+   EXPECT_TRUE(database_text() == "v1\nIO_RULES,a,\n" + line + "\nIO_RULES,b,\n");
+   m_impl->delete_database();
+   add_plain({IO_RULES, {"a"}});
+   add_plain({IO_RULES, std::vector<std::string>(500000)});
+   add_plain({IO_RULES, {"b"}});
+   EXPECT_TRUE(database_text() == "v1\nIO_RULES,a,\nIO_RULES," + std::string(500000, ',') + "\nIO_RULES,b,\n");
 }
 
 TEST_F(LOGDB_DATABASE_WRITER, separators_in_a_long_line_are_found_wherever_they_are) {

@@ -204,6 +204,7 @@ public:
 
 private:
    static constexpr std::size_t longest_without_storage = 15;
+   static_assert(sizeof(MEM_STRING) == sizeof(char*) + sizeof(std::size_t) + longest_without_storage + 1);
 
    MEM_STRING copy() const {
       MEM_STRING field(m_from->data(), longest_without_storage);
@@ -231,7 +232,6 @@ public:
       return *this;
    }
    bool operator==(const FIELD_ITERATOR& other) const { return m_from == other.m_from; }
-   bool operator!=(const FIELD_ITERATOR& other) const { return m_from != other.m_from; }
 
 private:
    MEM_STRING* m_from;
@@ -344,8 +344,6 @@ public:
          m_kinds[type] = logdb_get_debug_string(static_cast<LOGDB_ENTRY_TYPE_ENUM>(type));
       }
    }
-   LINE_GATHERER(const LINE_GATHERER&) = delete;
-   LINE_GATHERER& operator=(const LINE_GATHERER&) = delete;
 
    // Writes text that needs no look.
    void write(std::string_view text) { m_out->write(text.data(), static_cast<std::streamsize>(text.size())); }
@@ -405,6 +403,7 @@ public:
 private:
    // Every string has room for this many bytes, so that many can be copied of any.
    static constexpr std::size_t least_room = 16;
+   static_assert(sizeof(MEM_STRING) == sizeof(char*) + sizeof(std::size_t) + least_room);
    static constexpr std::size_t bytes_behind = least_room;
 
    // Most fields are short: copies of a fixed size do without a call.

@@ -149,7 +149,7 @@ constexpr std::array keywords = {
 };
 
 constexpr std::size_t keyword_table_size = 256;
-constexpr std::size_t keyword_tail_size = 8;
+constexpr std::size_t keyword_tail_size = sizeof(std::uint64_t);
 
 constexpr std::size_t keyword_place(std::string_view word, std::uint64_t multiplier) {
    std::uint64_t tail = 0;
@@ -255,7 +255,7 @@ LOGDB_FSYN_FILE_STREAM::LOGDB_FSYN_FILE_STREAM(const char* file_name, DIRECTION 
       m_end = m_buffer;
       m_lacks_buffer = m_buffer == nullptr;
    }
-   m_at_end_of_words = m_file < 0 || m_buffer == nullptr;
+   m_at_end_of_file = m_file < 0 || m_buffer == nullptr;
    m_failed = m_file < 0 || direction == READING;
 }
 
@@ -313,21 +313,17 @@ bool LOGDB_FSYN_FILE_STREAM::find_words_ahead() {
 }
 
 std::string_view LOGDB_FSYN_FILE_STREAM::next_word_by_itself() {
-   if (m_at_end_of_words) {
-      return {};
-   }
    do {
       while (m_next != m_end && is_white_space(*m_next)) {
          ++m_next;
       }
    } while (m_next == m_end && refill(m_buffer));
    const char* end = find_word_end(m_next);
-   if (end == m_end) {
+   if (end == m_end && end != m_next) {
       end = complete_word();
    }
    if (end == m_next) {
-      // The end of the file, or a zero byte: from here on there are no words.
-      m_at_end_of_words = true;
+      // The end of the file, or a zero byte: there it stays.
       return {};
    }
    const std::string_view word(m_next, std::min(static_cast<std::size_t>(end - m_next), max_word_size));
@@ -370,9 +366,12 @@ const char* LOGDB_FSYN_FILE_STREAM::complete_word() {
 
 // Reads from the file to a place in the buffer.
 bool LOGDB_FSYN_FILE_STREAM::refill(char* to) {
+   if (m_at_end_of_file) {
+      return false;
+   }
    const std::size_t size = std::min(static_cast<std::size_t>(m_buffer + read_size - to), m_bytes_to_read);
    ssize_t bytes = 0;
-   while (!m_at_end_of_file && (bytes = ::read(m_file, to, size)) < 0 && errno == EINTR) {
+   while ((bytes = ::read(m_file, to, size)) < 0 && errno == EINTR) {
    }
    if (bytes <= 0) {
       m_at_end_of_file = true;

@@ -265,7 +265,6 @@ private:
    bool m_lacks_buffer = false;     // it was to read, and has nowhere to read to
    bool m_failed = false;           // nothing more is written
    bool m_at_end_of_file = false;   // nothing more is read from the file
-   bool m_at_end_of_words = false;  // nothing more is handed out
    std::size_t m_bytes_to_read = 0; // what may still be read from the file
    char* m_buffer = nullptr;        // what was read from the file
    const char* m_next = nullptr;    // the first byte in it that was not handed out

@@ -36,6 +36,7 @@ bool is_blank(char byte) {
 class PART {
 public:
    static constexpr std::size_t longest_without_storage = 15;
+   static_assert(sizeof(MEM_STRING) == sizeof(char*) + sizeof(std::size_t) + longest_without_storage + 1);
 
    /// \param bytes  the piece; behind one that is shorter than longest_without_storage as many bytes as make it so
    ///               long, whatever they are
@@ -107,7 +108,6 @@ public:
       return *this;
    }
    bool operator==(const PART_ITERATOR& other) const { return m_place == other.m_place; }
-   bool operator!=(const PART_ITERATOR& other) const { return m_place != other.m_place; }
 
 private:
    const READABLE_TEXT* m_text;
