@@ -300,9 +300,10 @@ void add_grep(COMMAND_TABLE& table) {
        .comma_separated();
    command.add_flag("-i,--ignore-case", options->m_ignores_case, "Take A to Z and a to z as equal");
    command.add_flag("-v,--invert-match", options->m_is_inverted, "Print what does not match");
-   command.add_flag("-c,--count", options->m_counts, "Print how many match");
-   command.add_flag("-l,--files-with-matches", options->m_lists_files, "Print the names of files with a match");
-   command.add_flag("--json", options->m_json, "One JSON object a match");
+   const OPTION count = command.add_flag("-c,--count", options->m_counts, "Print how many match");
+   const OPTION names = command.add_flag("-l,--files-with-matches", options->m_lists_files,
+                                         "Print the names of files with a match");
+   command.add_flag("--json", options->m_json, "One JSON object a match").excludes(count).excludes(names);
    command.m_run = [options] {
       check_field_names("--field", options->m_fields, {"kind", "node"});
       return GREP(*options).search_all();

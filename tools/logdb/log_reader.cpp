@@ -239,7 +239,8 @@ bool is_log_of_folder(const std::string& path) {
       }
    }
    LOOKED_AT_INPUT input(open_input(path));
-   input.look_further();
+   while (input.head().find('\n') == std::string::npos && input.look_further()) {
+   }
    const std::string_view line = std::string_view(input.head()).substr(0, input.head().find('\n'));
    return is_version(line) || is_entry(line) || line.starts_with("PHYSICAL_SYNTHESIS_");
 }
