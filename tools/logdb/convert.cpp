@@ -8,6 +8,7 @@
 #include "log_options.h"
 #include "logdb.h"
 #include "rewriting.h"
+#include "text.h"
 
 namespace {
 
@@ -120,7 +121,7 @@ public:
             if (!item.m_bytes.ends_with('\n')) {
                walker.next();
             }
-            m_reason.refuse_for(item.m_line, "the record is not written as the library writes it");
+            m_reason.refuse_for(item.m_line, difference(record_text(*item.m_record), item.m_bytes));
          }
          end = item.m_offset + item.m_bytes.size();
          m_reason.forget();
@@ -139,6 +140,20 @@ private:
          text.append(field.m_value).push_back(separator);
       }
       return text == line;
+   }
+
+   // Logs that read well may be written in another way than the library's, which no rule is about.
+   static std::string difference(std::string_view wanted, std::string_view found) {
+      const auto at = static_cast<std::size_t>(
+          std::mismatch(wanted.begin(), wanted.end(), found.begin(), found.end()).first - wanted.begin());
+      if (at == wanted.size() || at == found.size()) {
+         return "the white space around the record is not what the library writes";
+      }
+      const auto line_at = [at](std::string_view text) {
+         const std::size_t begin = text.substr(0, at).rfind('\n') + 1;
+         return quoted_text(text.substr(begin, text.find('\n', at) - begin));
+      };
+      return "the library writes " + line_at(wanted) + " where " + line_at(found) + " stands";
    }
 
    // Unknown words are reported when their run is over.
@@ -374,7 +389,7 @@ void add_convert(COMMAND_TABLE& table) {
                            " from the first byte. Both ways are without loss: what comes back is the same file, "
                            "byte by byte. Where that"
                            " cannot be, nothing is written, and the message names the rule in the way ('logdb "
-                           "check --explain'). A byte"
+                           "check --explain') or what the library would write instead. A byte"
                            " that is no UTF-8 is the character U+EF00 plus its value.\n"
                            "Needs the memory of one record.";
    command.m_examples = {{"convert top.fsyn -o top.json", "to work on it with other tools"},

@@ -1,7 +1,6 @@
 #include "fsyn_walker.h"
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
 
 #include "logdb_fsyn_database.h"
@@ -11,13 +10,33 @@ namespace {
 
 constexpr std::size_t longest_written_line = 4095;
 
+// What the library reads to the end as a number, which is more than it ever writes.
 bool is_number(std::string_view word) {
-   word.remove_prefix(word.starts_with('-') ? 1 : 0);
+   word.remove_prefix(word.starts_with('-') || word.starts_with('+') ? 1 : 0);
    return !word.empty() && word.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
+/// The digits of a half of a mask.
+std::string_view hexadecimal_digits(std::string_view word) {
+   word.remove_prefix(word.starts_with('+') ? 1 : 0);
+   word.remove_prefix(word.starts_with("0x") || word.starts_with("0X") ? 2 : 0);
+   return word;
+}
+
 bool is_hexadecimal(std::string_view word) {
-   return !word.empty() && word.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
+   const std::string_view digits = hexadecimal_digits(word);
+   return !digits.empty() && digits.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
+}
+
+/// How many digits matter.
+std::size_t hexadecimal_length(std::string_view word) {
+   const std::string_view digits = hexadecimal_digits(word);
+   return digits.size() - std::min(digits.size(), digits.find_first_not_of('0'));
+}
+
+/// As the library reads it, held to 64 bits.
+long decimal(std::string_view word) {
+   return logdb_fsyn_decimal(word.substr(0, LOGDB_FSYN_FILE_STREAM::max_word_size));
 }
 
 bool is_keyword(std::string_view word) {
@@ -259,7 +278,7 @@ void FSYN_WALKER::check_place(const FIELD_PLACE& place) {
       check_number(place, 0, std::numeric_limits<unsigned short>::max());
    } else if (place.m_type == FIELD_TYPE::FLAG) {
       check_number(place, 0, std::numeric_limits<unsigned char>::max());
-      if (const long flag = logdb_fsyn_decimal(word.substr(0, 30)); is_number(word) && flag > 1 && flag < 256) {
+      if (const long flag = decimal(word); is_number(word) && flag > 1 && flag < 256) {
          report_word(110, place.m_word, label_of(place) + " is " + quoted_text(word) + " and reads back as 1");
       }
    } else if (place.m_type == FIELD_TYPE::WORD) {
@@ -280,9 +299,8 @@ void FSYN_WALKER::check_number(const FIELD_PLACE& place, long least, long most) 
       report_word(108, place.m_word, label_of(place) + " is " + quoted_text(word) + ", which is no number");
       return;
    }
-   long number = 0;
-   const std::from_chars_result end = std::from_chars(word.data(), word.data() + word.size(), number);
-   if (end.ec != std::errc() || number < least || number > most) {
+   const long number = decimal(word);
+   if (number < least || number > most) {
       report_word(109, place.m_word,
                   label_of(place) + " is " + quoted_text(word) + ", outside " + std::to_string(least) + " to " +
                       std::to_string(most));
@@ -295,8 +313,9 @@ void FSYN_WALKER::check_half(const FIELD_PLACE& place) {
    const std::string_view word = m_words.word(place.m_word);
    if (!is_hexadecimal(word)) {
       report_word(108, place.m_word, quoted_text(word) + " is no hexadecimal half of " + label_of(place));
-   } else if (word.size() > 8) {
-      report_word(112, place.m_word, quoted_text(word) + " has " + std::to_string(word.size()) + " digits");
+   } else if (hexadecimal_length(word) > 8) {
+      report_word(112, place.m_word,
+                  quoted_text(word) + " has " + std::to_string(hexadecimal_length(word)) + " digits");
    }
 }
 
@@ -306,8 +325,13 @@ void FSYN_WALKER::check_slot(const FIELD_PLACE& place) {
       report_word(108, place.m_word, "the slot index is " + quoted_text(word) + ", which is no number");
       return;
    }
-   const auto index = static_cast<std::size_t>(static_cast<int>(logdb_fsyn_decimal(word.substr(0, 30))));
-   if (index >= m_slots) {
+   const long number = decimal(word);
+   // The library looks at the low 32 bits alone, and so gives some slot what is meant for none.
+   const auto index = static_cast<std::size_t>(number);
+   if (number != static_cast<int>(number)) {
+      report_word(109, place.m_word,
+                  "the slot index is " + quoted_text(word) + ", which does not fit into 32 bits");
+   } else if (index >= m_slots) {
       report_word(114, place.m_word, "slot " + std::string(word) + " of " + std::to_string(m_slots));
    } else if (m_seen_slots[index]) {
       report_word(115, place.m_word, "slot " + std::string(word) + " was given before");
