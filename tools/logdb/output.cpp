@@ -423,11 +423,13 @@ std::string system_error_text(const std::string& name) {
    return name + ": " + std::strerror(errno);
 }
 
-bool is_same_file(const std::string& left, const std::string& right) {
-   struct stat left_status = {};
-   struct stat right_status = {};
-   return ::stat(left.c_str(), &left_status) == 0 && ::stat(right.c_str(), &right_status) == 0 &&
-          left_status.st_dev == right_status.st_dev && left_status.st_ino == right_status.st_ino;
+bool is_same_file(const std::string& output, const std::string& input) {
+   struct stat output_status = {};
+   struct stat input_status = {};
+   const int found = input == "-" ? ::fstat(STDIN_FILENO, &input_status) : ::stat(input.c_str(), &input_status);
+   return found == 0 && output != "-" && ::stat(output.c_str(), &output_status) == 0 &&
+          S_ISREG(output_status.st_mode) && output_status.st_dev == input_status.st_dev &&
+          output_status.st_ino == input_status.st_ino;
 }
 
 OUTPUT::OUTPUT(COLOUR_CHOICE choice)
@@ -519,7 +521,7 @@ std::unique_ptr<SINK> open_sink(const std::string& path, const std::vector<std::
       return std::make_unique<STANDARD_SINK>();
    }
    for (const std::string& input : inputs) {
-      if (!in_place && input != "-" && is_same_file(path, input)) {
+      if (!in_place && is_same_file(path, input)) {
          throw TOOL_ERROR(STATUS::USAGE, path + ": is an input; say --in-place to replace it");
       }
    }

@@ -73,8 +73,9 @@ private:
    std::size_t m_width = 80;
 };
 
-/// Whether two names are those of one file.
-bool is_same_file(const std::string& left, const std::string& right);
+/// Whether an output would take the place of an input. "-" is standard output, and standard input, which may come from a
+/// file, too.
+bool is_same_file(const std::string& output, const std::string& input);
 
 /// A file that is written beside its place and takes it when it is whole and on the disk. A name that ends in
 /// ".gz" or ".zst" is compressed. "-" is standard output.

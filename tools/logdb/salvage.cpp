@@ -36,7 +36,7 @@ private:
 
 STATUS salvage(const SALVAGE_OPTIONS& options) {
    const std::string name = display_name(options.m_file);
-   if (options.m_file != "-" && is_same_file(options.m_file, options.m_result.m_path)) {
+   if (is_same_file(options.m_result.m_path, options.m_file)) {
       throw TOOL_ERROR(STATUS::USAGE, name + ": is the input, and a damaged log is never touched");
    }
    const std::unique_ptr<SINK> sink = open_result(options.m_result, {});

@@ -155,7 +155,10 @@ private:
           (std::filesystem::path(m_options.m_folder) / (name + "." + format_name(item.m_format))).string();
       std::error_code ignored;
       part.m_is_new = !std::filesystem::exists(part.m_path, ignored);
-      part.m_sink = open_sink(part.m_path, {m_options.m_file}, false);
+      if (is_same_file(part.m_path, m_options.m_file)) {
+         throw TOOL_ERROR(STATUS::USAGE, part.m_path + ": is the input; --directory puts the parts elsewhere");
+      }
+      part.m_sink = open_sink(part.m_path, {}, false);
       part.m_sink->write(item.m_format == LOG_FORMAT::DATABASE ? version_line : marker_text(REVISION_NUMBER));
    }
 
