@@ -188,8 +188,10 @@ void add_check(COMMAND_TABLE& table) {
    auto options = std::make_shared<CHECK_OPTIONS>();
    add_log_options(command, options->m_log);
    command.option("FILE").required(false);
-   command.add_option("--explain", options->m_explain, "Tell about a rule, and check nothing").value_name("RULE");
-   command.add_flag("--rules", options->m_rules, "List the rules, and check nothing");
+   const OPTION explain =
+       command.add_option("--explain", options->m_explain, "Tell about a rule, and check nothing")
+           .value_name("RULE");
+   const OPTION list = command.add_flag("--rules", options->m_rules, "List the rules, and check nothing");
    const OPTION root = command
                            .add_option("--partition-root", options->m_root,
                                        "Check node names for a file that is relative to this node; may be empty")
@@ -198,7 +200,7 @@ void add_check(COMMAND_TABLE& table) {
        .value_name("RULE,...")
        .comma_separated();
    command.add_flag("--errors-only", options->m_errors_only, "Leave warnings out");
-   command.add_flag("--json", options->m_json, "One JSON object a finding");
+   command.add_flag("--json", options->m_json, "One JSON object a finding").excludes(explain).excludes(list);
    command.m_run = [options, root] {
       options->m_has_root = root.is_given();
       return check(*options);

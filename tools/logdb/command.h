@@ -53,6 +53,7 @@ public:
    /// One of a few words.
    OPTION& one_of(const std::vector<std::string>& choices);
 
+   OPTION& needs(const OPTION& other);
    OPTION& excludes(const OPTION& other);
 
    bool is_given() const;

@@ -51,8 +51,8 @@ bool is_empty_value(const COMMAND& command, const std::string& word) {
    return option != nullptr && option->get_type_size() != 0;
 }
 
-/// A command line in words that the parser takes for what they say. It would take the next word for an empty value, and
-/// a name between brackets for a list of several.
+/// A command line in words that the parser takes for what they say. It would take the next word for an empty value or a
+/// list of empty ones, and a name between brackets for a list of several.
 std::vector<std::string> words_for_parser(const COMMAND& command, const std::vector<std::string>& arguments) {
    std::vector<std::string> words;
    bool has_options = true;
@@ -63,7 +63,11 @@ std::vector<std::string> words_for_parser(const COMMAND& command, const std::vec
          continue;
       }
       words.push_back(argument);
-      if (argument.starts_with('[') && argument.ends_with(']')) {
+      const bool is_option = argument.starts_with("--");
+      const std::string_view value = std::string_view(argument).substr(is_option ? argument.find('=') + 1 : 0);
+      const bool is_list = value.starts_with('[') && value.ends_with(']');
+      const bool has_no_value = value.find_first_not_of(',') == std::string_view::npos;
+      if (!value.empty() && (is_list || has_no_value)) {
          words.back() += word_shield;
       }
    }

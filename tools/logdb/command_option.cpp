@@ -75,6 +75,11 @@ OPTION& OPTION::one_of(const std::vector<std::string>& choices) {
    return *this;
 }
 
+OPTION& OPTION::needs(const OPTION& other) {
+   m_option->needs(other.m_option);
+   return *this;
+}
+
 OPTION& OPTION::excludes(const OPTION& other) {
    m_option->excludes(other.m_option);
    return *this;

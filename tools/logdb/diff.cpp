@@ -498,11 +498,12 @@ void add_diff(COMMAND_TABLE& table) {
    const OPTION stat = command.add_flag("--stat", options->m_stat, "Count the differences by kind");
    command.add_flag("--json", options->m_json,
                     "One JSON object a difference, a kind with --stat, or in all with --first");
-   command.add_flag("--first", options->m_first, "Only where the logs part, with context")
-       .excludes(stat)
-       .excludes(order);
+   const OPTION first = command.add_flag("--first", options->m_first, "Only where the logs part, with context")
+                            .excludes(stat)
+                            .excludes(order);
    command.add_option("-C,--context", options->m_context, "How many items --first shows around it")
        .value_name("N")
-       .show_default();
+       .show_default()
+       .needs(first);
    command.m_run = [options] { return diff(*options); };
 }

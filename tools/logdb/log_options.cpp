@@ -80,6 +80,9 @@ COLOUR_CHOICE LOG_OPTIONS::colour() const {
 }
 
 std::vector<std::string> LOG_OPTIONS::paths() const {
+   if (std::count(m_files.begin(), m_files.end(), "-") > 1) {
+      throw TOOL_ERROR(STATUS::USAGE, "standard input can be one of the logs only");
+   }
    std::vector<std::string> paths = expand_paths(m_files, m_is_recursive);
    if (!m_is_recursive || format().has_value()) {
       return paths;
@@ -136,13 +139,12 @@ void add_selection_options(COMMAND& command, SELECTION& selection, const std::st
 
 void SELECTION::prepare() {
    for (std::string& kind : m_kinds) {
-      if (kind != "unknown") {
-         kind = upper_case(kind);
-      }
-      if (!is_kind(kind)) {
+      const std::string name = kind == "unknown" ? kind : upper_case(kind);
+      if (!is_kind(name)) {
          throw TOOL_ERROR(STATUS::USAGE,
-                          "--kind: there is no kind '" + kind + "'" + suggestion(kind, all_kind_names()));
+                          "--kind: there is no kind '" + kind + "'" + suggestion(name, all_kind_names()));
       }
+      kind = name;
    }
    if (m_range.empty()) {
       return;

@@ -8,7 +8,7 @@ const std::vector<RULE>& rules() {
         "The first line of a database is taken for its version line whatever it says. An entry that stands there "
         "is"
         " lost.",
-        "Put a line 'v1' in front."},
+        "Put a line 'v1' in front of an entry; put it in the place of anything else."},
        {2, SEVERITY::ERROR, "the file has no line end",
         "A database without any line feed is read as an empty one, without a complaint. A process that was killed"
         " while it wrote leaves such a file.",
@@ -71,8 +71,8 @@ const std::vector<RULE>& rules() {
         " back with a bar in it, as another name.",
         "Give instances names of which none begins with another's."},
        {16, SEVERITY::ERROR, "bar too many behind the root",
-        "The root ends in a bar, or two bars follow it. It is put in front of names with a bar of its own, so that"
-        " they come back with two.",
+        "The root ends in a bar. It is put in front of names with a bar of its own, so that they come back with "
+        "two.",
         "Give the root without a bar at its end."},
        {17, SEVERITY::ERROR, "no node below the root",
         "With an empty root, a name loses its bar in front when it is written and gets one when it is read.",

@@ -15,14 +15,12 @@ namespace {
 struct STATS_OPTIONS {
    LOG_OPTIONS m_log;
    std::string m_by;
+   bool m_has_by = false;
    std::size_t m_top = 10;
    bool m_json = false;
 };
 
 GROUPING parse_grouping(const std::string& by) {
-   if (by.empty()) {
-      return {};
-   }
    if (by == "kind" || by == "phase") {
       return {by == "kind" ? GROUPING::KIND : GROUPING::PHASE_OF, 0};
    }
@@ -38,8 +36,11 @@ GROUPING parse_grouping(const std::string& by) {
          return {GROUPING::DEPTH, levels};
       }
    }
-   throw TOOL_ERROR(STATUS::USAGE, "--by: '" + by + "' is none of kind, phase, node, depth:N" +
-                                       suggestion(by.substr(0, by.find(':')), {"kind", "phase", "node", "depth"}));
+   if (by == "depth" || by.starts_with(prefix)) {
+      throw TOOL_ERROR(STATUS::USAGE, "--by: '" + by + "' says no number of levels, such as depth:1");
+   }
+   const std::string nearest = suggestion(by.substr(0, by.find(':')), {"kind", "phase", "node", "depth"});
+   throw TOOL_ERROR(STATUS::USAGE, "--by: '" + by + "' is none of kind, phase, node, depth:N" + nearest);
 }
 
 /// Counts the entries of a database on the quick way.
@@ -73,7 +74,7 @@ private:
 class COUNTING {
 public:
    explicit COUNTING(const STATS_OPTIONS& options)
-       : m_options(options), m_grouping(parse_grouping(options.m_by)) {}
+       : m_options(options), m_grouping(options.m_has_by ? parse_grouping(options.m_by) : GROUPING()) {}
 
    STATUS count_all() {
       STATUS status = STATUS::FINE;
@@ -303,14 +304,22 @@ std::string lengths_as_json(const LENGTHS& lengths) {
 }
 
 std::string counters_as_json(const STATS_OPTIONS& options, const LOG_COUNTERS& counters) {
-   std::string json =
-       std::string("{\"format\":\"") + format_name(counters.format()) +
-       "\",\"items\":" + std::to_string(counters.items()) +
-       ",\"bytes\":" + std::to_string(counters.sizes().sum()) + ",\"kinds\":" + rows_as_json(kind_rows(counters)) +
-       ",\"phases\":" + rows_as_json(phase_rows(counters)) + ",\"depths\":" + rows_as_json(depth_rows(counters)) +
-       ",\"item_bytes\":" + lengths_as_json(counters.sizes()) +
-       ",\"name_bytes\":" + lengths_as_json(counters.names());
-   if (counters.grouping().m_what >= GROUPING::NODE) {
+   const GROUPING::WHAT what = counters.grouping().m_what;
+   std::string json = std::string("{\"format\":\"") + format_name(counters.format()) +
+                      "\",\"items\":" + std::to_string(counters.items()) +
+                      ",\"bytes\":" + std::to_string(counters.sizes().sum());
+   if (what == GROUPING::NOTHING || what == GROUPING::KIND) {
+      json += ",\"kinds\":" + rows_as_json(kind_rows(counters));
+   }
+   if (what == GROUPING::NOTHING || what == GROUPING::PHASE_OF) {
+      json += ",\"phases\":" + rows_as_json(phase_rows(counters));
+   }
+   if (what == GROUPING::NOTHING) {
+      json += ",\"depths\":" + rows_as_json(depth_rows(counters)) +
+              ",\"item_bytes\":" + lengths_as_json(counters.sizes()) +
+              ",\"name_bytes\":" + lengths_as_json(counters.names());
+   }
+   if (what >= GROUPING::NODE) {
       ROWS rows = counters.groups();
       rows.resize(std::min(rows.size(), options.m_top));
       json += ",\"by\":" + rows_as_json(rows);
@@ -350,8 +359,12 @@ void add_stats(COMMAND_TABLE& table) {
                          {"stats --by node --top 3 --json top.fsyn", "the nodes that were touched most often"}};
    auto options = std::make_shared<STATS_OPTIONS>();
    add_log_options(command, options->m_log);
-   command.add_option("--by", options->m_by, "Only this count: kind, phase, node or depth:N").value_name("WHAT");
+   const OPTION by = command.add_option("--by", options->m_by, "Only this count: kind, phase, node or depth:N")
+                         .value_name("WHAT");
    command.add_option("--top", options->m_top, "How many nodes or subtrees").value_name("N").show_default();
    command.add_flag("--json", options->m_json, "One JSON object a format");
-   command.m_run = [options] { return stats(*options); };
+   command.m_run = [options, by] {
+      options->m_has_by = by.is_given();
+      return stats(*options);
+   };
 }

@@ -5,6 +5,7 @@
 
 #include <poll.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "command.h"
 #include "fsyn_fields.h"
@@ -50,6 +51,10 @@ public:
       const bool has_nothing = m_kept.empty() && m_options.m_count != 0;
       print_kept();
       m_output.flush();
+      m_options.m_follows = m_options.m_follows && can_grow();
+      if (!m_options.m_follows && !m_words->places().empty()) {
+         tell(m_name + ":" + std::to_string(m_words->record_begin_line()) + ": the end is not whole and left out");
+      }
       if (has_nothing && !m_options.m_follows && m_options.m_selection.is_made()) {
          tell("nothing was found");
          return STATUS::FINDINGS;
@@ -94,6 +99,12 @@ private:
       m_words = std::make_unique<WORD_SOURCE>(*m_input);
       m_words->stop_at_keywords();
       m_inode = status().st_ino;
+   }
+
+   /// A pipe that has ended is not begun again by anybody.
+   bool can_grow() const {
+      struct stat status = {};
+      return m_options.m_file != "-" || (::fstat(STDIN_FILENO, &status) == 0 && !S_ISFIFO(status.st_mode));
    }
 
    struct stat status() const {
