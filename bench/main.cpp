@@ -29,9 +29,14 @@ std::string processor() {
    return "unknown";
 }
 
+// Its version; what a distributor writes behind that says nothing to others.
 std::string kernel() {
    utsname name = {};
-   return ::uname(&name) == 0 ? std::string(name.sysname) + " " + name.release : "unknown";
+   if (::uname(&name) != 0) {
+      return "unknown";
+   }
+   const std::string release = name.release;
+   return std::string(name.sysname) + " " + release.substr(0, release.find('-'));
 }
 
 void add_context(const INPUTS& inputs) {

@@ -108,7 +108,7 @@ public:
    /// When a database is loaded already, nothing is read; a name other than the loaded one's is reported
    /// ("Logdb load_database can not called when a different database is already loaded."). Only a file that
    /// was read successfully counts as loaded by name, and only with a name of at most 1024 bytes: after any
-   /// other, and after load_database(), every name is a different one.
+   /// other, and after load_database(), every name but the empty one is a different one.
    ///
    /// \param file_name       the file; when it does not exist, the database is loaded empty. Null counts as
    ///                        empty

@@ -20,7 +20,9 @@
 /// \param size  bytes
 /// \param tag   ignored; callers pass 0
 /// \return a block of zero bytes from the C library's heap, or null when there is no memory (the new
-///         expression is then null and no constructor runs). The ordinary delete frees it
+///         expression is then null and no constructor runs). The ordinary delete frees it: a program that puts
+///         another in the place of the C++ library's must give such blocks to the C library's free, and one that
+///         runs under AddressSanitizer needs ASAN_OPTIONS=alloc_dealloc_mismatch=0
 LOGDB_EXPORT void* operator new(std::size_t size, int tag) noexcept;
 
 /// What a new expression calls when a constructor throws; nothing else does.
