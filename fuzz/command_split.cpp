@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
+#include <set>
 
 #include "fuzz_command.h"
+#include "logdb.h"
 
 namespace {
 
@@ -51,18 +53,55 @@ bool is_part_of(const ITEMS& part, const ITEMS& whole) {
    return true;
 }
 
-/// What all items of a part have in common; empty for partitions, whose names are not compared.
-std::string meaning_of(const JSON& item, const std::string& by) {
-   const std::string phase = item.contains("phase") ? item.at("phase").get<std::string>() : "no phase";
-   return by == "kind" ? item.at("kind").get<std::string>() : by == "phase" ? phase : std::string();
+/// What is asked for.
+struct WAY {
+   std::string m_by;
+   std::size_t m_levels;
+};
+
+/// The node that an item is about: what a record names first, or the first name in the fields of an entry.
+std::string node_of(const JSON& item) {
+   if (!item.contains("fields")) {
+      return item.at("node_name").get<std::string>();
+   }
+   const auto fields = item.at("fields").get<std::vector<std::string>>();
+   for (const LOGDB_DATA_FORMAT_INFO& kind : LOGDB_DATA_FORMAT) {
+      const auto type = static_cast<LOGDB_ENTRY_TYPE_ENUM>(&kind - LOGDB_DATA_FORMAT);
+      const auto* const end = kind.m_datatypes + std::min<std::size_t>(kind.m_num_fields, fields.size());
+      const auto* const found = std::find(kind.m_datatypes, end, NODE_NAME);
+      if (item.at("kind") == logdb_get_debug_string(type) && found != end) {
+         return fields[static_cast<std::size_t>(found - kind.m_datatypes)];
+      }
+   }
+   return {};
 }
 
-void check_parts(const std::string& output, const std::string& folder, const std::string& format,
-                 const std::string& by, const ITEMS& whole) {
+/// The first levels of what is above a node.
+std::string partition_of(const std::string& node, std::size_t levels) {
+   const std::size_t last_bar = node.rfind('|');
+   std::size_t end = 0;
+   std::size_t level = 0;
+   while (last_bar != std::string::npos && end < last_bar && (node[end] != '|' || ++level < levels)) {
+      ++end;
+   }
+   return node.substr(0, end);
+}
+
+/// What all items of a part have in common.
+std::string meaning_of(const JSON& item, const WAY& way) {
+   const std::string phase = item.contains("phase") ? item.at("phase").get<std::string>() : "no phase";
+   return way.m_by == "kind"    ? item.at("kind").get<std::string>()
+          : way.m_by == "phase" ? phase
+                                : partition_of(node_of(item), way.m_levels);
+}
+
+void check_parts(const std::string& output, const std::string& folder, const std::string& format, const WAY& way,
+                 const ITEMS& whole) {
    std::map<JSON, std::ptrdiff_t> left;
    for (const JSON& item : whole) {
       ++left[item];
    }
+   std::set<std::string> meanings;
    std::size_t files = 0;
    for (const std::string_view line : fuzz_lines(output)) {
       const std::size_t tab = line.rfind('\t');
@@ -76,8 +115,10 @@ void check_parts(const std::string& output, const std::string& folder, const std
       for (const JSON& item : part) {
          --left[item];
          // Kinds without a name are in one file together.
-         FUZZ_HOLDS(meaning_of(item, by) == meaning_of(part.front(), by) || path.ends_with("/unknown." + format));
+         FUZZ_HOLDS(meaning_of(item, way) == meaning_of(part.front(), way) ||
+                    path.ends_with("/unknown." + format));
       }
+      FUZZ_HOLDS(meanings.insert(meaning_of(part.front(), way)).second);
       ++files;
    }
    FUZZ_HOLDS(std::all_of(left.begin(), left.end(), [](const auto& item) { return item.second == 0; }));
@@ -86,13 +127,13 @@ void check_parts(const std::string& output, const std::string& folder, const std
    FUZZ_HOLDS(static_cast<std::size_t>(std::distance(begin(found), end(found))) == files);
 }
 
-void check_split(const FUZZ_FILE& file, const std::string& format, const std::string& by, std::size_t levels) {
+void check_split(const FUZZ_FILE& file, const std::string& format, const WAY& way) {
    const PARTS_FOLDER folder;
-   const FUZZ_ANSWER answer = fuzz_run(add_split, {"--by", by, "--levels", std::to_string(levels), "--as", format,
-                                                   "--directory", folder.parts(), file.path()});
+   const FUZZ_ANSWER answer = fuzz_run(add_split, {"--by", way.m_by, "--levels", std::to_string(way.m_levels),
+                                                   "--as", format, "--directory", folder.parts(), file.path()});
    FUZZ_HOLDS(answer.m_status == (fuzz_is_sound(file.path(), format) ? 0 : 3));
    if (answer.m_status == 0) {
-      check_parts(answer.m_output, folder.parts(), format, by, items_of(file.path(), format));
+      check_parts(answer.m_output, folder.parts(), format, way, items_of(file.path(), format));
    } else {
       FUZZ_HOLDS(answer.m_output.empty() && !std::filesystem::exists(folder.parts()));
    }
@@ -111,7 +152,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
    const std::vector<std::string> ways = {"kind", "partition", "phase"};
    const std::size_t choice = fuzz_choice(bytes);
    for (const std::string& format : fuzz_formats()) {
-      check_split(file, format, ways[choice % ways.size()], 1 + choice / ways.size() % 3);
+      check_split(file, format, {ways[choice % ways.size()], 1 + choice / ways.size() % 3});
    }
    FUZZ_HOLDS(file.bytes() == bytes);
    return 0;
