@@ -28,6 +28,7 @@ DATABASE_TESTS = [
     "logdb_database_system_calls_test",
     "replay_database_reader", "replay_database_writer", "replay_partition", "format_samples_test",
     "logdb_database_properties_test", "logdb_database_cut_test",
+    "logdb_unload_order", "static_objects_of_logdb", "static_objects_of_logdb_static",
 ] + HOST_REPLACEMENTS
 LOG_TESTS = [
     "fsyn_writer_test", "fsyn_reader_test", "fsyn_record_classes_test", "fsyn_log_file_test", "fsyn_append_file_test",
