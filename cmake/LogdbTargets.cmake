@@ -21,9 +21,10 @@ function(logdb_compile_options target)
    endif()
 endfunction()
 
-# logdb_compile_quickly(TARGET): for programs whose optimising would take longer than it saves.
+# logdb_compile_quickly(TARGET): for programs whose optimising would take longer than it saves; most of all where each
+# access is watched, which is what Debug builds with sanitizers are for.
 function(logdb_compile_quickly target)
-   target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1>)
+   target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1> $<$<CONFIG:Debug>:-O0>)
 endfunction()
 
 # logdb_limit_exports(TARGET LIST): the shared library exports the symbols of a reviewed list and no other, so that
