@@ -427,8 +427,9 @@ bool is_same_file(const std::string& output, const std::string& input) {
    struct stat output_status = {};
    struct stat input_status = {};
    const int found = input == "-" ? ::fstat(STDIN_FILENO, &input_status) : ::stat(input.c_str(), &input_status);
+   // A terminal, and whatever else standard input may be, is not replaced.
    return found == 0 && output != "-" && ::stat(output.c_str(), &output_status) == 0 &&
-          S_ISREG(output_status.st_mode) && output_status.st_dev == input_status.st_dev &&
+          (input != "-" || S_ISREG(input_status.st_mode)) && output_status.st_dev == input_status.st_dev &&
           output_status.st_ino == input_status.st_ino;
 }
 
