@@ -223,16 +223,16 @@ constexpr std::size_t step_bytes = 64;
 SEPARATORS find_separators(const char* begin) {
    constexpr std::size_t part_bytes = sizeof(__m128i);
    SEPARATORS found;
-   __m128i zeros = _mm_setzero_si128();
+   __m128i least = _mm_set1_epi8(-1);
    for (std::size_t part = 0; part < step_bytes; part += part_bytes) {
       const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(begin + part));
       const __m128i from_tab = _mm_sub_epi8(bytes, _mm_set1_epi8('\t'));
       const __m128i tab_to_return = _mm_cmpeq_epi8(_mm_min_epu8(from_tab, _mm_set1_epi8('\r' - '\t')), from_tab);
       const __m128i white_space = _mm_or_si128(tab_to_return, _mm_cmpeq_epi8(bytes, _mm_set1_epi8(' ')));
       found.m_white_space |= static_cast<std::uint64_t>(_mm_movemask_epi8(white_space)) << part;
-      zeros = _mm_or_si128(zeros, _mm_cmpeq_epi8(bytes, _mm_setzero_si128()));
+      least = _mm_min_epu8(least, bytes);
    }
-   found.m_has_zero = _mm_movemask_epi8(zeros) != 0;
+   found.m_has_zero = _mm_movemask_epi8(_mm_cmpeq_epi8(least, _mm_setzero_si128())) != 0;
    return found;
 }
 
@@ -253,6 +253,7 @@ LOGDB_FSYN_FILE_STREAM::LOGDB_FSYN_FILE_STREAM(const char* file_name, DIRECTION 
       m_buffer = new (std::nothrow) char[read_size];
       m_next = m_buffer;
       m_end = m_buffer;
+      m_step_end = m_buffer;
       m_lacks_buffer = m_buffer == nullptr;
    }
    m_at_end_of_file = m_file < 0 || m_buffer == nullptr;
@@ -279,37 +280,45 @@ void LOGDB_FSYN_FILE_STREAM::append(const char* bytes, std::size_t size) {
 }
 
 std::string_view LOGDB_FSYN_FILE_STREAM::next_word() {
-   if (m_next_place == m_place_count && !find_words_ahead()) {
-      return next_word_by_itself();
+   const char* const begin = next_edge();
+   const char* const end = begin != nullptr ? next_edge() : nullptr;
+   if (end == nullptr) {
+      const std::string_view word = next_word_by_itself();
+      m_step_end = m_next; // no edge is left, and behind a word is none
+      m_is_in_word = 0;
+      return word;
    }
-   const char* const begin = m_places_origin + m_places[m_next_place];
-   m_next = m_places_origin + m_places[m_next_place + 1];
-   m_next_place += 2;
-   return {begin, static_cast<std::size_t>(m_next - begin)};
+   m_next = end;
+   return {begin, std::min(static_cast<std::size_t>(end - begin), max_word_size)};
 }
 
-// Finds the whole words in the next bytes, which are looked at in steps: one word after the other, each could only be
-// looked for when the one before it has been found. A zero byte, and what is shorter than a step, is left to
-// next_word_by_itself.
-bool LOGDB_FSYN_FILE_STREAM::find_words_ahead() {
-   const auto available = std::min(static_cast<std::size_t>(m_end - m_next), look_ahead);
-   std::size_t count = 0;
-   std::uint64_t in_word = 0; // whether the byte in front of the step is one of a word
-   for (std::size_t step = 0; available - step >= step_bytes; step += step_bytes) {
-      const SEPARATORS separators = find_separators(m_next + step);
-      if (separators.m_has_zero) {
-         break;
+// Where the next word begins, or ends when its beginning was the edge before; null when that is not known.
+inline const char* LOGDB_FSYN_FILE_STREAM::next_edge() {
+   while (m_edges == 0) {
+      if (!find_edges()) {
+         return nullptr;
       }
-      const std::uint64_t words = ~separators.m_white_space;
-      for (std::uint64_t places = words ^ (words << 1U | in_word); places != 0; places &= places - 1) {
-         m_places[count++] = static_cast<std::uint16_t>(step + static_cast<std::size_t>(std::countr_zero(places)));
-      }
-      in_word = words >> (step_bytes - 1);
    }
-   m_places_origin = m_next;
-   m_next_place = 0;
-   m_place_count = count / 2 * 2; // a word whose end is farther away is looked for again
-   return m_place_count != 0;
+   const char* const edge = m_step_end - step_bytes + std::countr_zero(m_edges);
+   m_edges &= m_edges - 1;
+   return edge;
+}
+
+// Finds the edges of words in the next step. A step with a zero byte in it, and what is shorter than one, is left to
+// next_word_by_itself.
+bool LOGDB_FSYN_FILE_STREAM::find_edges() {
+   if (static_cast<std::size_t>(m_end - m_step_end) < step_bytes) {
+      return false;
+   }
+   const SEPARATORS separators = find_separators(m_step_end);
+   if (separators.m_has_zero) {
+      return false;
+   }
+   const std::uint64_t words = ~separators.m_white_space;
+   m_edges = words ^ (words << 1U | m_is_in_word);
+   m_is_in_word = words >> (step_bytes - 1);
+   m_step_end += step_bytes;
+   return true;
 }
 
 std::string_view LOGDB_FSYN_FILE_STREAM::next_word_by_itself() {

@@ -253,13 +253,12 @@ public:
    void stop_at_end_of(const LOGDB_FSYN_FILE_STREAM* open_stream, const char* file_name);
 
 private:
-   bool find_words_ahead();
+   const char* next_edge();
+   bool find_edges();
    std::string_view next_word_by_itself();
    const char* find_word_end(const char* begin) const;
    const char* complete_word();
    bool refill(char* to);
-
-   static constexpr std::size_t look_ahead = 1024; // bytes that are searched for words together
 
    int m_file;
    bool m_lacks_buffer = false;     // it was to read, and has nowhere to read to
@@ -270,11 +269,10 @@ private:
    const char* m_next = nullptr;    // the first byte in it that was not handed out
    const char* m_end = nullptr;     // behind the last
 
-   // Words that were found ahead: where each begins and ends, counted from a byte in the buffer.
-   const char* m_places_origin = nullptr;
-   std::size_t m_next_place = 0;
-   std::size_t m_place_count = 0;
-   std::uint16_t m_places[look_ahead] = {};
+   // What is in the buffer is looked at in steps of so many bytes as an integer has bits.
+   const char* m_step_end = nullptr; // behind the last step
+   std::uint64_t m_edges = 0;        // a bit a byte of it: where words begin and end that were not handed out
+   std::uint64_t m_is_in_word = 0;   // 1 if its last byte is one of a word, else 0
 };
 
 #endif
