@@ -173,6 +173,7 @@ void register_database_benchmarks(INPUTS& inputs) {
    add_all(inputs, {"floor", "library", "straightforward"}, MAIN_SIZE);
    add_all(inputs, PEERS, MAIN_SIZE);
    add_all(inputs, {"floor_partition", "library_partition", "straightforward_partition"}, MAIN_SIZE);
+   add(inputs, "load", load, "types", MAIN_SIZE);
    add(inputs, "add", add_entries, "library", MAIN_SIZE);
    for (const char* part : {"floor_read", "floor_scan", "floor_warm"}) {
       add(inputs, "load", load_part, part, MAIN_SIZE);
