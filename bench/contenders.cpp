@@ -28,7 +28,6 @@ std::unique_ptr<DATABASE_CONTENDER> make_database_contender(const std::string& n
        {"floor_partition", [] { return make_floor_database(BENCH_PARTITION_ROOT); }},
        {"library", [] { return make_library_database(nullptr); }},
        {"library_partition", [] { return make_library_database(BENCH_PARTITION_ROOT); }},
-       {"types", make_types_database},
        {"straightforward", [] { return make_straightforward_database(nullptr); }},
        {"straightforward_partition", [] { return make_straightforward_database(BENCH_PARTITION_ROOT); }},
        {"stdio", make_stdio_database},

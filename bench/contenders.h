@@ -85,7 +85,6 @@ constexpr char BENCH_PARTITION_ROOT[] = "board|chip_0";
 /// @{
 std::unique_ptr<DATABASE_CONTENDER> make_floor_database(const char* root);
 std::unique_ptr<DATABASE_CONTENDER> make_library_database(const char* root);
-std::unique_ptr<DATABASE_CONTENDER> make_types_database();
 std::unique_ptr<DATABASE_CONTENDER> make_straightforward_database(const char* root);
 std::unique_ptr<DATABASE_CONTENDER> make_stdio_database();
 std::unique_ptr<DATABASE_CONTENDER> make_sqlite_database();

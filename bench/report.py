@@ -261,11 +261,10 @@ def report_floor(out, results):
     rows = [[title, milliseconds(time), f"{100 * time / whole:.0f} %",
              "-" if library is None else f"{100 * time / library:.0f} %"] for title, time in parts]
     table(out, ["part", "ms", "of the floor", "of the library's load"], rows)
-    types = results.time("load", "types", ENTRIES)
-    if None not in (library, types):
-        print(f"The types and calls that a load is bound to take {milliseconds(types)} ms by themselves, with separators\n"
-              f"found as by the floor: {types / whole:.2f} times the floor, {100 * types / library:.0f} % of the library's "
-              f"load.\n", file=out)
+    calls = results.time("load", "calls", ENTRIES)
+    if calls is not None:
+        print(f"The calls for memory that no load does without take {milliseconds(calls)} ms, new memory included:\n"
+              f"with them the floor would take {(warm + calls) / whole:.2f} times as long.\n", file=out)
 
 
 def report_reuse(out, results):
